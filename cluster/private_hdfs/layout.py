@@ -1,0 +1,43 @@
+"""Where things are in a cluster's data directory."""
+import os
+
+
+class Layout:
+    def __init__(self, data):
+        self.data = os.path.abspath(data)
+
+    def _path(self, *names):
+        return os.path.join(self.data, *names)
+
+    @property
+    def state(self):
+        """The JSON file that says which processes and ports the cluster has. Its presence marks the directory as ours."""
+        return self._path("private-hdfs.json")
+
+    @property
+    def lock(self):
+        """Held by the supervisor while it lives."""
+        return self._path("lock")
+
+    @property
+    def control(self):
+        """The supervisor's Unix socket."""
+        return self._path("control")
+
+    @property
+    def bin(self):
+        return self._path("bin")
+
+    @property
+    def temporary(self):
+        return self._path("tmp")
+
+    def configuration(self, role):
+        """The configuration folder of a node, or of the cluster's own client (role "client")."""
+        return self._path("conf", role)
+
+    def log(self, node):
+        return self._path("log", node + ".log")
+
+    def storage(self, node):
+        return self._path(node)

@@ -1,0 +1,31 @@
+// What differs between Qt 4.8 and Qt 5.15; the only place that asks for the version.
+#ifndef PLATFORM_QTCOMPAT_H
+#define PLATFORM_QTCOMPAT_H
+
+#include <QtCore/QtGlobal>
+
+#if QT_VERSION < QT_VERSION_CHECK(5, 0, 0)
+
+// Qt 5 carries a plug-in's identity in its meta-object; in Qt 4 there is nothing to declare, and the
+// library brings its own instance function.
+#define Q_PLUGIN_METADATA(x)
+
+#include <QtCore/QPointer>
+
+#define QUOR_PLUGIN_INSTANCE(ClassName)                                                                                \
+    extern "C" Q_DECL_EXPORT QObject *qt_plugin_instance()                                                             \
+    {                                                                                                                  \
+        static QPointer<QObject> guard;                                                                                \
+        if (!guard)                                                                                                    \
+            guard = new ClassName;                                                                                     \
+        return guard;                                                                                                  \
+    }
+
+#else
+
+// moc writes the same function from Q_PLUGIN_METADATA.
+#define QUOR_PLUGIN_INSTANCE(ClassName)
+
+#endif
+
+#endif

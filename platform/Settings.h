@@ -1,0 +1,24 @@
+// Where the connection settings are kept: on Windows in the registry under
+// "HKEY_CURRENT_USER\Software\Quor", elsewhere in the INI file `Quor.ini` in the user's configuration
+// directory ($XDG_CONFIG_HOME). The value names are the same on both.
+#ifndef PLATFORM_SETTINGS_H
+#define PLATFORM_SETTINGS_H
+
+#include <QtCore/QSettings>
+#include <QtCore/QString>
+
+#include <memory>
+
+namespace platform {
+
+/// Opens the store for reading and writing; changes are written when the object is destroyed, and
+/// a store that cannot be written keeps its values without a message.
+std::unique_ptr<QSettings> openConnectionSettings();
+
+/// A value as the text that stands in the store; `defaultValue` when it is missing. Unlike
+/// QVariant::toString also for a hand-written value with commas, which INI files take for a list.
+QString settingText(const QSettings &settings, const QString &name, const QString &defaultValue = QString());
+
+} // namespace platform
+
+#endif

@@ -1,0 +1,226 @@
+#include "plugin/ImplementationQuorHDFSPluginInterface.h"
+
+#include "io/HdfsFileReader.h"
+#include "plugin/ConnectionSetup.h"
+#include "rpc/ClientProtocol.h"
+#include "rpc/HostLog.h"
+#include "rpc/NameNodeConnection.h"
+#include "rpc/Network.h"
+
+namespace {
+
+const std::uint64_t kReservedArgument = 10000;
+
+/// What an operation says that this version of the library does not have.
+void logMissing(const char *operation)
+{
+    logToHost(QString::fromLatin1("Warning HDFS: %1 is not part of this version").arg(QLatin1String(operation)));
+}
+
+} // namespace
+
+qint32 ImplementationQuorHDFSPluginInterface::connectWithParameters(NameNodeConnection *connection, QByteArray host,
+                                                                    quint32 port, QByteArray user,
+                                                                    quint32 preferredAddressIndex, quint8 useSasl,
+                                                                    qint32 webHdfs, quint32 reserved)
+{
+    return connection->connect(host, port, user, preferredAddressIndex, useSasl != 0, webHdfs != 0, reserved,
+                               kReservedArgument);
+}
+
+qint32 ImplementationQuorHDFSPluginInterface::initialize()
+{
+    return initNetwork();
+}
+
+NameNodeConnection *ImplementationQuorHDFSPluginInterface::connect()
+{
+    return connectFromSettings(nullptr);
+}
+
+void ImplementationQuorHDFSPluginInterface::deleteConnection(NameNodeConnection *connection)
+{
+    delete connection;
+}
+
+qint32 ImplementationQuorHDFSPluginInterface::disconnect(NameNodeConnection *connection)
+{
+    return connection->disconnect();
+}
+
+HdfsFileReader *ImplementationQuorHDFSPluginInterface::openReader(NameNodeConnection *connection, QByteArray path)
+{
+    return HdfsFileReader::open(connection, path);
+}
+
+HdfsFileWriter *ImplementationQuorHDFSPluginInterface::createWriter(NameNodeConnection *, QByteArray, quint32, quint16,
+                                                                    qint64)
+{
+    logMissing("createWriter");
+    return nullptr;
+}
+
+qint32 ImplementationQuorHDFSPluginInterface::fileExists(NameNodeConnection *connection, QByteArray path, bool *exists,
+                                                         bool *isFile)
+{
+    return ClientProtocol::fileExists(connection, path, exists, isFile);
+}
+
+HdfsFileStatus *ImplementationQuorHDFSPluginInterface::fileInfo(NameNodeConnection *connection, QByteArray path,
+                                                                bool *failed)
+{
+    return ClientProtocol::fileInfo(connection, path, failed);
+}
+
+HdfsFileStatus *ImplementationQuorHDFSPluginInterface::getListing(NameNodeConnection *connection, QByteArray path,
+                                                                  qint32 *count)
+{
+    return ClientProtocol::getListing(connection, path, count);
+}
+
+qint32 ImplementationQuorHDFSPluginInterface::copy(NameNodeConnection *, QByteArray, QByteArray)
+{
+    const qint32 kDestinationNotOpened = 6;
+    logMissing("copy");
+    return kDestinationNotOpened;
+}
+
+qint32 ImplementationQuorHDFSPluginInterface::rename(NameNodeConnection *connection, QByteArray source,
+                                                     QByteArray destination)
+{
+    return ClientProtocol::rename(connection, source, destination);
+}
+
+qint32 ImplementationQuorHDFSPluginInterface::delete_(NameNodeConnection *connection, QByteArray path, quint8 recursive)
+{
+    return ClientProtocol::delete_(connection, path, recursive != 0);
+}
+
+qint32 ImplementationQuorHDFSPluginInterface::mkdirs(NameNodeConnection *connection, QByteArray path,
+                                                     quint32 permission, quint8 createParents)
+{
+    return ClientProtocol::mkdirs(connection, path, permission, createParents != 0);
+}
+
+qint32 ImplementationQuorHDFSPluginInterface::setReplication(NameNodeConnection *connection, QByteArray path,
+                                                             quint16 replication)
+{
+    return ClientProtocol::setReplication(connection, path, static_cast<std::int16_t>(replication));
+}
+
+void ImplementationQuorHDFSPluginInterface::freeListing(HdfsFileStatus *head)
+{
+    ClientProtocol::freeListing(head);
+}
+
+qint32 ImplementationQuorHDFSPluginInterface::setPermission(NameNodeConnection *connection, QByteArray path,
+                                                            quint16 permission)
+{
+    return ClientProtocol::setPermission(connection, path, static_cast<std::int16_t>(permission));
+}
+
+qint32 ImplementationQuorHDFSPluginInterface::setOwner(NameNodeConnection *connection, QByteArray path, QByteArray user,
+                                                       QByteArray group)
+{
+    return ClientProtocol::setOwner(connection, path, user, group);
+}
+
+void ImplementationQuorHDFSPluginInterface::deleteReader(HdfsFileReader *reader)
+{
+    delete reader;
+}
+
+void ImplementationQuorHDFSPluginInterface::freeBlockList(HdfsFileReader *reader)
+{
+    reader->freeBlockList();
+}
+
+void ImplementationQuorHDFSPluginInterface::setPosition(HdfsFileReader *reader, qint64 offset)
+{
+    reader->position = offset;
+}
+
+qint64 ImplementationQuorHDFSPluginInterface::fileLength(HdfsFileReader *reader)
+{
+    return static_cast<qint64>(reader->fileLength);
+}
+
+qint64 ImplementationQuorHDFSPluginInterface::position(HdfsFileReader *reader)
+{
+    return reader->position;
+}
+
+quint32 ImplementationQuorHDFSPluginInterface::read(HdfsFileReader *reader, char *buffer, quint32 length,
+                                                    qint32 *blockIndex)
+{
+    return reader->read(buffer, length, blockIndex);
+}
+
+void ImplementationQuorHDFSPluginInterface::deleteWriter(HdfsFileWriter *writer)
+{
+    if (writer)
+        logMissing("deleteWriter");
+}
+
+qint32 ImplementationQuorHDFSPluginInterface::closeWriter(HdfsFileWriter *, const char *, quint32)
+{
+    const qint32 kNotCreated = 4;
+    logMissing("closeWriter");
+    return kNotCreated;
+}
+
+qint64 ImplementationQuorHDFSPluginInterface::bytesWritten(HdfsFileWriter *)
+{
+    logMissing("bytesWritten");
+    return 0;
+}
+
+qint32 ImplementationQuorHDFSPluginInterface::write(HdfsFileWriter *, const char *, quint32)
+{
+    const qint32 kBlockNotWritten = 2;
+    logMissing("write");
+    return kBlockNotWritten;
+}
+
+void ImplementationQuorHDFSPluginInterface::setSyncBlock(HdfsFileWriter *, quint8)
+{
+    logMissing("setSyncBlock");
+}
+
+quint8 ImplementationQuorHDFSPluginInterface::syncBlock(HdfsFileWriter *)
+{
+    logMissing("syncBlock");
+    return 0;
+}
+
+bool ImplementationQuorHDFSPluginInterface::setChunkSize(HdfsFileWriter *, quint32)
+{
+    logMissing("setChunkSize");
+    return true;
+}
+
+quint32 ImplementationQuorHDFSPluginInterface::chunkSize(HdfsFileWriter *)
+{
+    logMissing("chunkSize");
+    return 0;
+}
+
+QString ImplementationQuorHDFSPluginInterface::getOpenFileName(QWidget *, QString, QString, QString)
+{
+    logMissing("getOpenFileName");
+    return QString();
+}
+
+QString ImplementationQuorHDFSPluginInterface::getSaveFileName(QWidget *, QString, QString, QString)
+{
+    logMissing("getSaveFileName");
+    return QString();
+}
+
+QString ImplementationQuorHDFSPluginInterface::getExistingDirectory(QWidget *, QString, QString)
+{
+    logMissing("getExistingDirectory");
+    return QString();
+}
+
+QUOR_PLUGIN_INSTANCE(ImplementationQuorHDFSPluginInterface)
