@@ -299,7 +299,7 @@ Failure BlockExchange::receivePacketHeader(PacketHeaderProto *header)
     if (receiveAnnounced(m_stream, &message, headerSize) != 0)
         return ReceivePacketHeader;
     pb_istream_t stream = pb_istream_from_buffer(reinterpret_cast<const pb_byte_t *>(message.constData()), headerSize);
-    if (!pb_decode(&stream, PacketHeaderProto_fields, header))
+    if (!decodeInitialised(&stream, PacketHeaderProto_fields, header))
         return Failure(DecodePacketHeader, PB_GET_ERROR(&stream));
     if (const char *wrong = whatIsWrongWith(*header))
         return Failure(DecodePacketHeader, wrong);

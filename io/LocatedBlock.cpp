@@ -64,7 +64,7 @@ bool decodeLocation(pb_istream_t *stream, const pb_field_t *, void **argument)
     info.id.ipAddr = collectTo(&ipAddr);
     info.id.hostName = collectTo(&hostName);
     info.id.datanodeUuid = collectTo(&datanodeUuid);
-    if (!pb_decode(stream, DatanodeInfoProto_fields, &info))
+    if (!decodeInitialised(stream, DatanodeInfoProto_fields, &info))
         return false;
 
     const ByteString *sources[] = {&ipAddr, &hostName, &datanodeUuid};
@@ -117,7 +117,7 @@ bool decodeBlockMessage(pb_istream_t *stream, LocatedBlockProto *message, BlockT
     message->blockToken.kind = collectTo(&texts->kind);
     message->blockToken.service = collectTo(&texts->service);
     message->locs = decodeEach(decodeLocation, locations);
-    return pb_decode(stream, LocatedBlockProto_fields, message);
+    return decodeInitialised(stream, LocatedBlockProto_fields, message);
 }
 
 LocatedBlock *newBlock(const LocatedBlockProto &message, const BlockTexts &texts, const LocationList &locations)

@@ -45,7 +45,7 @@ bool appendFileStatus(pb_istream_t *stream, FileStatusList *list)
     status.path = collectTo(&path);
     status.owner = collectTo(&owner);
     status.group = collectTo(&group);
-    if (!pb_decode(stream, HdfsFileStatusProto_fields, &status))
+    if (!decodeInitialised(stream, HdfsFileStatusProto_fields, &status))
         return false;
 
     HdfsFileStatus *record = newRecord(path, owner, group);

@@ -37,6 +37,14 @@ pb_callback_t sendBytes(const ByteString *bytes);
 /// Sends "org.apache.hadoop.hdfs.protocol.ClientProtocol".
 pb_callback_t sendProtocolName();
 
+/// Decodes `*message`, which its `_init_default` has set up. nanopb's plain pb_decode would set all defaults once more,
+/// field by field, which for a small message costs as much as the decoding.
+template <class Fields, class Message>
+bool decodeInitialised(pb_istream_t *stream, Fields fields, Message *message)
+{
+    return pb_decode_noinit(stream, fields, message);
+}
+
 /// Decodes one nested message at a time: `function` is called with a stream of just that message.
 pb_callback_t decodeEach(bool (*function)(pb_istream_t *, const pb_field_t *, void **), void *argument);
 

@@ -39,5 +39,10 @@ class Layout:
     def log(self, node):
         return self._path("log", node + ".log")
 
+    def last_words(self, node):
+        """The end of a server's log, without the length of its class path."""
+        with open(self.log(node), encoding="utf-8", errors="replace") as log:
+            return "".join(line if len(line) < 400 else line[:400] + "…\n" for line in log.readlines()[-25:])
+
     def storage(self, node):
         return self._path(node)

@@ -1,0 +1,256 @@
+// The tests' hands inside the private HDFS: the cluster's own Java client, kept warm in one JVM for a whole test run,
+// because starting one for every command would take longer than the tests.
+//
+// Usage: java -cp CONFIGURATION:JARS ClusterClient.java OWNER_PID
+//
+// Prints the port that it listens on (loopback), then answers one request per connection and ends with the owner, or on
+// "end". A request is a list of strings: the user to act as, a verb, its arguments. The answer is an exit status, what the
+// verb printed, and what it complained about. Numbers are 4 bytes big-endian; strings are UTF-8 bytes behind their length.
+
+import java.io.ByteArrayOutputStream;
+import java.io.DataInputStream;
+import java.io.DataOutputStream;
+import java.io.IOException;
+import java.io.PrintStream;
+import java.net.InetAddress;
+import java.net.ServerSocket;
+import java.net.Socket;
+import java.nio.charset.StandardCharsets;
+import java.security.PrivilegedExceptionAction;
+import java.util.Arrays;
+import java.util.EnumSet;
+import java.util.HashMap;
+import java.util.Map;
+
+import org.apache.hadoop.conf.Configuration;
+import org.apache.hadoop.fs.CreateFlag;
+import org.apache.hadoop.fs.FSDataOutputStream;
+import org.apache.hadoop.fs.FileStatus;
+import org.apache.hadoop.fs.FileSystem;
+import org.apache.hadoop.fs.FsShell;
+import org.apache.hadoop.fs.Options;
+import org.apache.hadoop.fs.Path;
+import org.apache.hadoop.fs.permission.FsPermission;
+import org.apache.hadoop.hdfs.tools.DFSAdmin;
+import org.apache.hadoop.hdfs.tools.DFSck;
+import org.apache.hadoop.security.UserGroupInformation;
+import org.apache.hadoop.util.ToolRunner;
+
+public class ClusterClient {
+    /** The bytes of a pattern file repeat after so many: a prime, so that no shift by chunks, packets or blocks fits. */
+    private static final int TILE_SIZE = 1048573;
+    private static final byte[] TILE = tile();
+
+    private static final long MIB = 1L << 20;
+    private static final int WRITE_SIZE = 4 << 20;
+
+    private final Configuration configuration = new Configuration();
+    private final Map<String, FSDataOutputStream> openFiles = new HashMap<>();
+
+    public static void main(String[] arguments) throws Exception {
+        ProcessHandle owner = ProcessHandle.of(Long.parseLong(arguments[0]))
+            .orElseThrow(() -> new IllegalArgumentException("there is no process " + arguments[0]));
+        owner.onExit().thenRun(() -> Runtime.getRuntime().halt(0));
+        try (ServerSocket server = new ServerSocket(0, 50, InetAddress.getByName("127.0.0.1"))) {
+            System.out.println(server.getLocalPort());
+            ClusterClient client = new ClusterClient();
+            while (true) {
+                try (Socket socket = server.accept()) {
+                    client.answer(socket);
+                } catch (IOException problem) {
+                    System.err.println("a test went away in the middle: " + problem);
+                }
+            }
+        }
+    }
+
+    private void answer(Socket socket) throws IOException {
+        DataInputStream in = new DataInputStream(socket.getInputStream());
+        String[] request = new String[in.readInt()];
+        for (int i = 0; i < request.length; i++) {
+            request[i] = new String(in.readNBytes(in.readInt()), StandardCharsets.UTF_8);
+        }
+        ByteArrayOutputStream out = new ByteArrayOutputStream();
+        ByteArrayOutputStream err = new ByteArrayOutputStream();
+        int status = runPrintingTo(out, err, request);
+        DataOutputStream answer = new DataOutputStream(socket.getOutputStream());
+        answer.writeInt(status);
+        for (ByteArrayOutputStream text : Arrays.asList(out, err)) {
+            answer.writeInt(text.size());
+            text.writeTo(answer);
+        }
+        answer.flush();
+    }
+
+    private int runPrintingTo(ByteArrayOutputStream out, ByteArrayOutputStream err, String[] request) {
+        PrintStream usualOut = System.out;
+        PrintStream usualErr = System.err;
+        System.setOut(new PrintStream(out, true, StandardCharsets.UTF_8));
+        System.setErr(new PrintStream(err, true, StandardCharsets.UTF_8));
+        try {
+            UserGroupInformation user = UserGroupInformation.createRemoteUser(request[0]);
+            try {
+                return user.doAs((PrivilegedExceptionAction<Integer>) () -> run(request));
+            } finally {
+                FileSystem.closeAllForUGI(user);
+            }
+        } catch (Throwable problem) {
+            problem.printStackTrace();
+            return 255;
+        } finally {
+            System.out.flush();
+            System.err.flush();
+            System.setOut(usualOut);
+            System.setErr(usualErr);
+        }
+    }
+
+    private int run(String[] request) throws Exception {
+        String[] rest = Arrays.copyOfRange(request, 2, request.length);
+        switch (request[1]) {
+        case "dfs":
+            return ToolRunner.run(configuration, new FsShell(), rest);
+        case "dfsadmin":
+            return ToolRunner.run(configuration, new DFSAdmin(), rest);
+        case "fsck":
+            return ToolRunner.run(configuration, new DFSck(configuration), rest);
+        case "list":
+            for (FileStatus status : FileSystem.get(configuration).listStatus(new Path(rest[0]))) {
+                print(status);
+            }
+            return 0;
+        case "status":
+            print(FileSystem.get(configuration).getFileStatus(new Path(rest[0])));
+            return 0;
+        case "entries":
+            makeEntries(new Path(rest[0]), Integer.parseInt(rest[1]));
+            return 0;
+        case "pattern":
+            makePatternFile(new Path(rest[0]), rest);
+            return 0;
+        case "far":
+            makeFarFile(new Path(rest[0]));
+            return 0;
+        case "open":
+            openFile(rest[0], Long.parseLong(rest[1]), Long.parseLong(rest[2]));
+            return 0;
+        case "close":
+            openFiles.remove(rest[0]).close();
+            return 0;
+        case "end":
+            Runtime.getRuntime().halt(0);
+        }
+        throw new IllegalArgumentException("unknown verb " + request[1]);
+    }
+
+    /** kind, permission, replication, block size, length, modification and access time (ms), owner, group, name. */
+    private static void print(FileStatus status) {
+        String[] fields = {
+            status.isDirectory() ? "D" : "F",
+            Integer.toOctalString(status.getPermission().toShort()),
+            Short.toString(status.getReplication()),
+            Long.toString(status.getBlockSize()),
+            Long.toString(status.getLen()),
+            Long.toString(status.getModificationTime()),
+            Long.toString(status.getAccessTime()),
+            status.getOwner(),
+            status.getGroup(),
+            status.getPath().getName(),
+        };
+        System.out.print(String.join("\t", fields) + "\n");
+    }
+
+    /** Every tenth entry is a directory, the others are empty files. Their order by name is not the order of creation. */
+    private void makeEntries(Path directory, int count) throws IOException {
+        FileSystem fileSystem = FileSystem.get(configuration);
+        if (fileSystem.exists(directory)) {
+            return;
+        }
+        Path partial = directory.suffix(".partial");
+        fileSystem.delete(partial, true);
+        for (int i = 0; i < count; i++) {
+            Path entry = new Path(partial, Integer.toString(i));
+            if (i % 10 == 0) {
+                fileSystem.mkdirs(entry);
+            } else {
+                fileSystem.create(entry).close();
+            }
+        }
+        fileSystem.rename(partial, directory);
+    }
+
+    /** Arguments: path, length, block size, replication, bytes of a checksum chunk, checksum type ("CRC32C"). */
+    private void makePatternFile(Path path, String[] arguments) throws IOException {
+        long length = Long.parseLong(arguments[1]);
+        FileSystem fileSystem = FileSystem.get(configuration);
+        if (fileSystem.exists(path) && fileSystem.getFileStatus(path).getLen() == length) {
+            return;
+        }
+        Path partial = path.suffix(".partial");
+        Options.ChecksumOpt checksum = new Options.ChecksumOpt(
+            org.apache.hadoop.util.DataChecksum.Type.valueOf(arguments[5]), Integer.parseInt(arguments[4]));
+        try (FSDataOutputStream out = create(fileSystem, partial, Short.parseShort(arguments[3]),
+                                             Long.parseLong(arguments[2]), checksum)) {
+            writePattern(out, 0, length);
+        }
+        fileSystem.delete(path, false);
+        fileSystem.rename(partial, path);
+    }
+
+    /** 4 GiB and a byte, one replica in blocks of 1 GiB: zeros, but the pattern in the MiB before 4 GiB and behind it. */
+    private void makeFarFile(Path path) throws IOException {
+        FileSystem fileSystem = FileSystem.get(configuration);
+        if (fileSystem.exists(path)) {
+            return;
+        }
+        Path partial = path.suffix(".partial");
+        long end = 4096 * MIB;
+        try (FSDataOutputStream out = create(fileSystem, partial, (short) 1, 1024 * MIB, null)) {
+            byte[] zeros = new byte[WRITE_SIZE];
+            for (long at = 0; at < end - MIB;) {
+                int part = (int) Math.min(zeros.length, end - MIB - at);
+                out.write(zeros, 0, part);
+                at += part;
+            }
+            writePattern(out, end - MIB, MIB + 1);
+        }
+        fileSystem.rename(partial, path);
+    }
+
+    /** A writer that stays: what it has written so far can be read, and the file is under construction. */
+    private void openFile(String path, long length, long blockSize) throws IOException {
+        FileSystem fileSystem = FileSystem.newInstance(configuration);
+        FSDataOutputStream out = create(fileSystem, new Path(path), (short) 3, blockSize, null);
+        writePattern(out, 0, length);
+        out.hflush();
+        openFiles.put(path, out);
+    }
+
+    private static FSDataOutputStream create(FileSystem fileSystem, Path path, short replication, long blockSize,
+                                             Options.ChecksumOpt checksum) throws IOException {
+        return fileSystem.create(path, FsPermission.getFileDefault(),
+                                 EnumSet.of(CreateFlag.CREATE, CreateFlag.OVERWRITE), 4096, replication, blockSize, null,
+                                 checksum);
+    }
+
+    /** The byte at each offset of a pattern file depends on the offset alone. */
+    private static void writePattern(FSDataOutputStream out, long offset, long length) throws IOException {
+        while (length > 0) {
+            int start = (int) (offset % TILE_SIZE);
+            int part = (int) Math.min(TILE_SIZE - start, length);
+            out.write(TILE, start, part);
+            offset += part;
+            length -= part;
+        }
+    }
+
+    private static byte[] tile() {
+        byte[] bytes = new byte[TILE_SIZE];
+        int state = 12345;
+        for (int i = 0; i < bytes.length; i++) {
+            state = state * 1664525 + 1013904223;
+            bytes[i] = (byte) (state >>> 24);
+        }
+        return bytes;
+    }
+}
