@@ -44,6 +44,9 @@ enum Step {
 const Step kLastQuietStep = DecodeAnswer;
 
 const std::uint32_t kAttemptsPerLocation = 3;
+/// What a DataNode's packets are usually like. Only a guess for how much can be received at once.
+const std::uint32_t kUsualPacketHeaderSize = 25;
+const std::uint32_t kUsualPacketDataSize = 64 * 1024;
 const std::uint32_t kAnswerStartSize = 4; ///< bytes received to learn an answer's length
 
 struct Failure {
@@ -173,7 +176,8 @@ class BlockExchange
 public:
     BlockExchange(TcpSocket *socket, Scratch *scratch, std::uint64_t offsetInBlock, std::uint32_t wanted, char *output)
         : m_socket(socket), m_stream(socket), m_scratch(scratch), m_layout(), m_nextOffset(offsetInBlock),
-          m_wanted(wanted), m_output(output), m_isFirstPacket(true), m_lastHeaderSize(0), m_lastDataLength(0)
+          m_wanted(wanted), m_output(output), m_isFirstPacket(true), m_lastHeaderSize(kUsualPacketHeaderSize),
+          m_lastDataLength(kUsualPacketDataSize)
     {
     }
 
@@ -202,8 +206,8 @@ private:
     std::uint32_t m_wanted;     ///< bytes still to come
     char *m_output;
     bool m_isFirstPacket;
-    std::uint32_t m_lastHeaderSize; ///< of the packet before; 0: none
-    std::uint32_t m_lastDataLength;
+    std::uint32_t m_lastHeaderSize; ///< of the packet before; what is usual before the first one
+    std::uint32_t m_lastDataLength; ///< the same
 };
 
 Failure BlockExchange::run(const QByteArray &request)

@@ -1,0 +1,72 @@
+// Makes system calls of the product fail on purpose. The test executables are linked with the linker's --wrap, so that
+// the calls of everything linked into them (not those of shared libraries) come by here first.
+//
+// Faults hold for the thread that ordered them, while a SystemCallFaults object lives: the scripted peers, whose
+// threads are others, are never hit.
+#ifndef TESTING_SYSTEMCALLFAULTS_H
+#define TESTING_SYSTEMCALLFAULTS_H
+
+#include <cstddef>
+#include <string>
+#include <vector>
+
+/// One address that a name resolves to.
+struct ResolvedAddress {
+    std::string address; ///< numeric, IPv4 or IPv6
+    int port;            ///< taken instead of the one that is asked for; 0: the one that is asked for
+};
+
+/// Which call.
+enum class SystemCall {
+    Resolve, ///< getaddrinfo
+    Socket,
+    Connect,
+    Send,
+    Receive, ///< recv
+    SetOption,   ///< setsockopt
+    GetOption,   ///< getsockopt
+    Interfaces,  ///< getifaddrs
+    NumericName, ///< getnameinfo
+    Allocate,    ///< malloc, calloc, realloc; not what Qt and the C++ library take for themselves
+    Duplicate    ///< strdup
+};
+const int kSystemCallCount = 10;
+
+class SystemCallFaults
+{
+public:
+    /// One object at a time and thread.
+    SystemCallFaults();
+    ~SystemCallFaults();
+    SystemCallFaults(const SystemCallFaults &) = delete;
+    SystemCallFaults &operator=(const SystemCallFaults &) = delete;
+
+    /// Lets the call number `ordinal` (0: the next one from now) fail with `error` in errno; for Resolve `error` is
+    /// its result, for Allocate it may be 0. It is not passed on to the system.
+    void fail(SystemCall call, int ordinal, int error);
+    /// The same for this call and all that follow.
+    void failFrom(SystemCall call, int ordinal, int error);
+    /// How often the product made a call since construction.
+    int count(SystemCall call) const;
+    /// Whether an ordered failure has come to pass.
+    bool hasFailed(SystemCall call) const;
+
+    /// Every name resolves to these addresses, in this order.
+    void resolveTo(const std::vector<ResolvedAddress> &addresses);
+    /// The resolver reports success and no address at all.
+    void resolveToNothing();
+    /// The numeric addresses ("ADDRESS:PORT") that were passed to connect, in order.
+    std::vector<std::string> connected() const;
+
+    /// A send passes on at most so many bytes and reports them; a recv returns at most so many. 0: no limit.
+    void limitSend(std::size_t bytes);
+    void limitReceive(std::size_t bytes);
+    /// Each recv, send or connect is interrupted (EINTR) once before it is done. An interrupted connect goes on in the
+    /// background, as the system does it.
+    void interruptEach(SystemCall call);
+
+    /// The longest length that a recv was asked for.
+    std::size_t longestReceive() const;
+};
+
+#endif
