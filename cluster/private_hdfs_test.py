@@ -133,7 +133,7 @@ class RunningCluster(unittest.TestCase):
 
     def test_leaves_safe_mode_when_told_to(self):
         self.cluster.hdfs("dfsadmin", "-safemode", "enter").check_returncode()
-        self.assertEqual(1, self.cluster.do("wait", "--seconds", "0.5").returncode)
+        self.assertEqual(3, self.cluster.do("wait", "--seconds", "0.5").returncode)
         self.assertEqual(0, self.cluster.do("leave-safemode").returncode)
         self.assertEqual(0, self.cluster.do("wait").returncode)
 
@@ -152,7 +152,9 @@ class RunningCluster(unittest.TestCase):
 class LifeOfACluster(unittest.TestCase):
     """How clusters end, each with one DataNode."""
 
-    def test_cluster_ends_with_its_owner_although_the_owner_was_killed(self):
+    def test_cluster_ends_with_its_owner_although_the_owner_was_killed_and_another_cluster_goes_on(self):
+        other = Cluster("--datanodes", "1")
+        self.addCleanup(other.do, "stop")
         owner = subprocess.Popen(["sleep", "600"])
         self.addCleanup(owner.wait)
         self.addCleanup(owner.kill)
@@ -162,6 +164,8 @@ class LifeOfACluster(unittest.TestCase):
         owner.kill()
         self.assertTrue(all_ended(cluster.identities))
         self.assertFalse(os.path.exists(cluster.data))
+        self.assertEqual({"running"}, set(other.states().values()))
+        self.assertEqual(0, other.hdfs("dfs", "-mkdir", "/still-there").returncode)
 
     def test_no_server_outlives_a_supervisor_that_was_killed_and_stop_cleans_up(self):
         cluster = Cluster("--datanodes", "1")

@@ -6,6 +6,7 @@
 #include "io/DataTransferProtocol.h"
 #include "io/HdfsFileReader.h"
 #include "rpc/HostLog.h"
+#include "rpc/MemoryStream.h"
 #include "rpc/PbText.h"
 #include "rpc/ReceiveAnnounced.h"
 #include "rpc/WireBytes.h"
@@ -248,7 +249,7 @@ Failure BlockExchange::receiveAnswer()
 Failure BlockExchange::decodeAnswer(const char *message, std::uint32_t size)
 {
     BlockOpResponseProto answer = BlockOpResponseProto_init_default;
-    pb_istream_t stream = pb_istream_from_buffer(reinterpret_cast<const pb_byte_t *>(message), size);
+    pb_istream_t stream = memoryStream(message, size);
     if (!pb_decode(&stream, BlockOpResponseProto_fields, &answer))
         return Failure(DecodeAnswer, PB_GET_ERROR(&stream));
     // The status is not looked at: a DataNode that refuses sends no packets, and that is noticed next.
@@ -302,7 +303,7 @@ Failure BlockExchange::receivePacketHeader(PacketHeaderProto *header)
     QByteArray &message = m_scratch->message;
     if (receiveAnnounced(m_stream, &message, headerSize) != 0)
         return ReceivePacketHeader;
-    pb_istream_t stream = pb_istream_from_buffer(reinterpret_cast<const pb_byte_t *>(message.constData()), headerSize);
+    pb_istream_t stream = memoryStream(message.constData(), headerSize);
     if (!decodeInitialised(&stream, PacketHeaderProto_fields, header))
         return Failure(DecodePacketHeader, PB_GET_ERROR(&stream));
     if (const char *wrong = whatIsWrongWith(*header))

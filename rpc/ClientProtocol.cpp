@@ -3,6 +3,7 @@
 #include "rpc/ClientProtocolCall.h"
 #include "rpc/FileStatusDecoder.h"
 #include "rpc/HostLog.h"
+#include "rpc/MemoryStream.h"
 #include "rpc/PbText.h"
 
 #include "ClientProtocolMessages.pb.h"
@@ -123,7 +124,7 @@ HdfsFileStatus *getListing(NameNodeConnection *connection, const QByteArray &pat
 std::int32_t fileExists(NameNodeConnection *connection, const QByteArray &path, bool *exists, bool *isFile)
 {
     *exists = false;
-    pb_istream_t stream = pb_istream_from_buffer(nullptr, 0);
+    pb_istream_t stream = memoryStream(nullptr, 0);
     if (!askFileInfo(connection, path, &stream))
         return 1;
     GetFileInfoResponseProto response = GetFileInfoResponseProto_init_default;
@@ -142,7 +143,7 @@ HdfsFileStatus *fileInfo(NameNodeConnection *connection, const QByteArray &path,
     if (!failed)
         failed = &ignored;
     *failed = true;
-    pb_istream_t stream = pb_istream_from_buffer(nullptr, 0);
+    pb_istream_t stream = memoryStream(nullptr, 0);
     if (!askFileInfo(connection, path, &stream))
         return nullptr;
     const pb_istream_t message = stream;

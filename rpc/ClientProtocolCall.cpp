@@ -1,6 +1,7 @@
 #include "rpc/ClientProtocolCall.h"
 
 #include "rpc/HostLog.h"
+#include "rpc/MemoryStream.h"
 #include "rpc/WireBytes.h"
 
 #include <algorithm>
@@ -39,7 +40,7 @@ bool ClientProtocolCall::send()
 bool ClientProtocolCall::receive(pb_istream_t *stream)
 {
     // An empty response frame leaves the caller with an empty message.
-    *stream = pb_istream_from_buffer(nullptr, 0);
+    *stream = memoryStream(nullptr, 0);
     return m_connection->receiveResponse(stream) == 0;
 }
 

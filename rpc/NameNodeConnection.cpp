@@ -1,6 +1,7 @@
 #include "rpc/NameNodeConnection.h"
 
 #include "rpc/HostLog.h"
+#include "rpc/MemoryStream.h"
 #include "rpc/PbText.h"
 #include "rpc/ReceiveAnnounced.h"
 #include "rpc/WireBytes.h"
@@ -211,13 +212,13 @@ std::int32_t NameNodeConnection::receiveResponse(pb_istream_t *stream)
     header.status = kStatusFatal;
     header.exceptionClassName = collectTo(&exceptionClassName);
     header.errorMsg = collectTo(&errorMessage);
-    pb_istream_t headerStream = pb_istream_from_buffer(frame + headerStart, static_cast<std::size_t>(headerSize));
+    pb_istream_t headerStream = memoryStream(frame + headerStart, static_cast<std::size_t>(headerSize));
     // pb_decode would preset the fields and with them the status that stands for a missing one.
     const bool decoded = pb_decode_noinit(&headerStream, RpcResponseHeaderProto_fields, &header);
 
     if (header.status == kStatusSuccess) {
         const std::size_t messageStart = headerStart + static_cast<std::size_t>(headerSize);
-        *stream = pb_istream_from_buffer(frame + messageStart, total - messageStart);
+        *stream = memoryStream(frame + messageStart, total - messageStart);
         // The message ends with the frame; its own length only has to be stepped over.
         std::uint64_t messageLength;
         pb_decode_varint(stream, &messageLength);

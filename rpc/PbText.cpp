@@ -1,16 +1,14 @@
 #include "rpc/PbText.h"
 
+#include "rpc/MemoryStream.h"
+
 #include <cstring>
 
 namespace {
 
 bool collectBytes(pb_istream_t *stream, const pb_field_t *, void **argument)
 {
-    ByteString *view = static_cast<ByteString *>(*argument);
-    // A stream over memory keeps its position in `state`.
-    view->data = static_cast<const char *>(stream->state);
-    view->size = stream->bytes_left;
-    return pb_read(stream, nullptr, stream->bytes_left);
+    return viewBytes(stream, stream->bytes_left, static_cast<ByteString *>(*argument));
 }
 
 bool writeField(pb_ostream_t *stream, const pb_field_t *field, const char *data, std::size_t size)

@@ -39,8 +39,7 @@ pb_callback_t sendProtocolName();
 
 /// Decodes `*message`, which its `_init_default` has set up. nanopb's plain pb_decode would set all defaults once more,
 /// field by field, which for a small message costs as much as the decoding.
-template <class Fields, class Message>
-bool decodeInitialised(pb_istream_t *stream, Fields fields, Message *message)
+template <class Fields, class Message> bool decodeInitialised(pb_istream_t *stream, Fields fields, Message *message)
 {
     return pb_decode_noinit(stream, fields, message);
 }

@@ -60,7 +60,7 @@ int bindSocket(const std::string &address, int *port)
     return descriptor;
 }
 
-void raise(int eventDescriptor)
+void signalEvent(int eventDescriptor)
 {
     const std::uint64_t one = 1;
     if (::write(eventDescriptor, &one, sizeof one) < 0)
@@ -228,11 +228,7 @@ void ScriptedConnection::drain()
     char buffer[64 * 1024];
     m_receiveFault = Fault::none();
     // Without the limit of patience: a client may keep a connection as long as its test runs.
-    for (;;) {
-        if (!wait(POLLIN, 1000))
-            continue;
-        if (receiveSome(buffer, sizeof buffer) == 0)
-            return;
+    while (!wait(POLLIN, 1000) || receiveSome(buffer, sizeof buffer) > 0) {
     }
 }
 
@@ -302,9 +298,11 @@ ScriptedPeer::~ScriptedPeer()
         m_stopping = true;
     }
     m_changed.notify_all();
-    raise(m_wake);
-    for (const std::unique_ptr<ScriptedConnection> &connection : m_connections)
-        connection->m_thread.join();
+    signalEvent(m_wake);
+    for (const std::unique_ptr<ScriptedConnection> &connection : m_connections) {
+        if (connection->m_thread.joinable())
+            connection->m_thread.join();
+    }
     m_connections.clear();
     ::close(m_wake);
     ::close(m_stopListener);
@@ -384,7 +382,7 @@ void ScriptedPeer::stopListening()
 {
     if (!m_acceptor.joinable())
         return;
-    raise(m_stopListener);
+    signalEvent(m_stopListener);
     m_acceptor.join();
     ::close(m_listener);
     m_listener = -1;
@@ -405,6 +403,7 @@ void ScriptedPeer::acceptConnections()
         ::setsockopt(descriptor, IPPROTO_TCP, TCP_NODELAY, &on, sizeof on);
         {
             std::lock_guard<std::mutex> lock(m_mutex);
+            joinFinished();
             const std::size_t index = m_connections.size();
             std::unique_ptr<ScriptedConnection> connection(new ScriptedConnection(this, descriptor, index));
             if (m_sendFaultConnection < 0 || m_sendFaultConnection == static_cast<int>(index))
@@ -417,6 +416,15 @@ void ScriptedPeer::acceptConnections()
             m_connections.push_back(std::move(connection));
         }
         m_changed.notify_all();
+    }
+}
+
+void ScriptedPeer::joinFinished()
+{
+    // A thread that has set m_over does not ask for the mutex again.
+    for (const std::unique_ptr<ScriptedConnection> &connection : m_connections) {
+        if (connection->m_over && connection->m_thread.joinable())
+            connection->m_thread.join();
     }
 }
 

@@ -151,6 +151,7 @@ public:
 private:
     friend class ScriptedConnection;
     void acceptConnections();
+    void joinFinished();
     void run(ScriptedConnection *connection, const Script &script);
 
     std::string m_address;

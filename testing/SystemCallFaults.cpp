@@ -5,6 +5,7 @@
 #include <cerrno>
 #include <cstdlib>
 #include <cstring>
+#include <fcntl.h>
 #include <ifaddrs.h>
 #include <netdb.h>
 #include <netinet/in.h>
@@ -265,12 +266,15 @@ int __wrap_connect(int descriptor, const sockaddr *address, socklen_t size)
         plan->connected.push_back(numericText(address));
     if (mustFail(SystemCall::Connect))
         return -1;
-    const int result = __real_connect(descriptor, address, size);
-    if (mustInterrupt(SystemCall::Connect)) {
-        errno = EINTR;
-        return -1;
-    }
-    return result;
+    if (!mustInterrupt(SystemCall::Connect))
+        return __real_connect(descriptor, address, size);
+    // An interrupted connect goes on by itself, as one that does not wait does.
+    const int flags = ::fcntl(descriptor, F_GETFL);
+    ::fcntl(descriptor, F_SETFL, flags | O_NONBLOCK);
+    __real_connect(descriptor, address, size);
+    ::fcntl(descriptor, F_SETFL, flags);
+    errno = EINTR;
+    return -1;
 }
 
 ssize_t __wrap_send(int descriptor, const void *buffer, size_t size, int flags)

@@ -30,7 +30,7 @@ enum class SystemCall {
     Allocate,    ///< malloc, calloc, realloc; not what Qt and the C++ library take for themselves
     Duplicate    ///< strdup
 };
-const int kSystemCallCount = 10;
+const int kSystemCallCount = 11;
 
 class SystemCallFaults
 {

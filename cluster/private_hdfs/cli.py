@@ -7,7 +7,7 @@ import signal
 import sys
 
 from . import health, jars, launch, processes, state
-from .errors import ClusterError
+from .errors import ClusterError, NotReady
 from .layout import Layout
 
 DATA_VARIABLE = "PRIVATE_HDFS_DATA"
@@ -22,7 +22,7 @@ def main(arguments=None):
         return options.do(options) or 0
     except ClusterError as problem:
         print("private-hdfs: %s" % problem, file=sys.stderr)
-        return 1
+        return 3 if isinstance(problem, NotReady) else 1
     except KeyboardInterrupt:
         return 128 + signal.SIGINT
 
@@ -67,7 +67,7 @@ def _add_start(verbs):
     start.add_argument("--property", metavar="NAME=VALUE", action="append", default=[], type=_property,
                        help="a Hadoop configuration property for all servers and the client; may be repeated")
     life = start.add_mutually_exclusive_group()
-    life.add_argument("--owner", "--foreground-owner", metavar="PID", type=_positive,
+    life.add_argument("--owner", metavar="PID", type=_positive,
                       help="the cluster ends when this process ends (default: the process that called start)")
     life.add_argument("--detach", action="store_true", help="the cluster lives until stop")
 
@@ -84,7 +84,8 @@ def _add_node(verbs, cluster):
         action = actions.add_parser(name, parents=[cluster], help=explanation, description=explanation)
         action.add_argument("node", metavar="NODE")
         action.set_defaults(do=_node, action=name)
-    action.add_argument("--no-wait", action="store_true", help="return as soon as the process runs")
+        if name == "restart":
+            action.add_argument("--no-wait", action="store_true", help="return as soon as the process runs")
 
 
 def _positive(text):
@@ -159,13 +160,12 @@ def _status(options):
 def _wait(options):
     layout = _layout(options)
     if not options.dead:
-        launch.wait(layout, options.seconds)
-        return 0
+        return launch.wait(layout, options.seconds)
     ports = state.read(layout)["ports"]
     if options.dead not in ports or options.dead == "namenode":
         raise ClusterError("there is no DataNode %s here" % options.dead)
-    given_up = processes.wait_until(lambda: options.dead in (health.dead(ports) or ()), options.seconds, pause=0.2)
-    return 0 if given_up else 3
+    if not processes.wait_until(lambda: options.dead in (health.dead(ports) or ()), options.seconds, pause=0.2):
+        raise NotReady("the NameNode has not given up %s after %g s" % (options.dead, options.seconds))
 
 
 def _leave_safemode(options):

@@ -1,6 +1,7 @@
 """The configuration files of the servers and of the cluster's own client."""
 import os
 import pwd
+import socket
 from xml.sax.saxutils import escape
 
 # Besides the superuser (the user who starts the servers), these users exist, with these groups, the first one primary.
@@ -36,6 +37,7 @@ def write_all(layout, ports, settings):
     for node in ports:
         own = _namenode(layout, ports) if node == "namenode" else _datanode(layout, node, ports)
         _write(layout.configuration(node), {**shared, **own, **extra}, "INFO")
+    _write_hosts(layout)
 
 
 def _shared(ports, settings):
@@ -119,3 +121,9 @@ def _write(folder, properties, level):
             out.write("\n".join(lines))
     with open(os.path.join(folder, "log4j.properties"), "w", encoding="utf-8") as out:
         out.write(_LOG4J % level)
+
+
+def _write_hosts(layout):
+    """Hadoop looks up the machine's own name, which a bare container may not know, and a slow resolver would delay it all."""
+    with open(layout.hosts, "w", encoding="ascii") as out:
+        out.write("127.0.0.1 localhost\n127.0.0.1 %s\n" % socket.gethostname())

@@ -80,7 +80,7 @@ def _run_maven(lib):
     if shutil.which("mvn") is None:
         raise ClusterError("mvn is not installed; tools/install cluster brings it")
     command = ["mvn", "--batch-mode", "--quiet", "--strict-checksums", "-f", POM,
-               "dependency:copy-dependencies", "-DoutputDirectory=" + lib]
+               "org.apache.maven.plugins:maven-dependency-plugin:copy-dependencies", "-DoutputDirectory=" + lib]
     done = subprocess.run(command, stdin=subprocess.DEVNULL, stdout=subprocess.PIPE, stderr=subprocess.STDOUT,
                           text=True, errors="replace", preexec_fn=dies_with_parent())
     if done.returncode != 0:

@@ -35,7 +35,7 @@ def executable():
 
 
 def server_command(layout, node, arguments=()):
-    """The command that runs a node's server (or, with ["-format", …], prepares the NameNode's storage)."""
+    """The command that runs a node's server; `arguments` go to the server."""
     return [executable(), "-Xmx512m", *_COMMON, *_properties(layout, node),
             SERVERS[node.rstrip("0123456789")], *arguments]
 
@@ -51,7 +51,7 @@ def server_environment(layout, node, jars_folder):
 def write_client(layout, jars_folder):
     """Write bin/hdfs into the data directory. It needs nothing from the environment."""
     os.makedirs(layout.bin, exist_ok=True)
-    java = [executable(), "-Xmx256m", "-Xshare:auto", *_COMMON, *_properties(layout, "client")]
+    java = [executable(), "-Xmx256m", *_COMMON, *_properties(layout, "client")]
     cases = "\n".join("    %s) class=%s ;;" % (name, main) for name, main in CLIENT_COMMANDS.items())
     path = os.path.join(layout.bin, "hdfs")
     with open(path, "w", encoding="utf-8") as out:
@@ -82,7 +82,7 @@ exec %(java)s "$class" "$@"
 
 
 def _properties(layout, role):
-    return ["-Djava.io.tmpdir=" + layout.temporary,
+    return ["-Djava.io.tmpdir=" + layout.temporary, "-Djdk.net.hosts.file=" + layout.hosts,
             "-Dlog4j.configuration=file:" + os.path.join(layout.configuration(role), "log4j.properties")]
 
 

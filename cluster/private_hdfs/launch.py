@@ -9,7 +9,7 @@ import tempfile
 import time
 
 from . import health, jars, processes, state
-from .errors import ClusterError
+from .errors import ClusterError, NotReady
 from .layout import Layout
 
 READY_SECONDS = 120
@@ -24,12 +24,12 @@ def start(data, datanodes, owner, settings, say):
     goes away with the servers. `owner` is the id of the process whose end ends the cluster, or None.
     """
     identity = _identity(owner)
-    jars_folder = jars.folder(say)
     temporary = data is None
+    if not temporary:
+        _check_is_ours(data)
+    jars_folder = jars.folder(say)
     if temporary:
         data = tempfile.mkdtemp(prefix="private-hdfs-")
-    else:
-        _check_is_ours(data)
     layout = Layout(data)
     try:
         os.makedirs(os.path.dirname(layout.log("supervisor")), exist_ok=True)
@@ -77,7 +77,7 @@ def wait(layout, seconds):
     ports = state.read(layout)["ports"]
     lacking = _until_nothing(lambda: health.missing(ports, _running_datanodes(layout)), seconds)
     if lacking:
-        raise ClusterError("not ready after %d s: %s" % (seconds, lacking))
+        raise NotReady("not ready after %g s: %s" % (seconds, lacking))
     _until_nothing(lambda: health.unreported(ports, _running_datanodes(layout)), min(seconds, _REPORT_SECONDS))
 
 

@@ -32,6 +32,11 @@ class Layout:
     def temporary(self):
         return self._path("tmp")
 
+    @property
+    def hosts(self):
+        """The only host names that the servers and their client know."""
+        return self._path("conf", "hosts")
+
     def configuration(self, role):
         """The configuration folder of a node, or of the cluster's own client (role "client")."""
         return self._path("conf", role)
