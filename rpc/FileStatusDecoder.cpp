@@ -129,10 +129,12 @@ const std::uint32_t kRequiredTags = 0x1FE;
 bool decodeStatusFields(pb_istream_t *stream, StatusFields *status)
 {
     std::uint32_t seenTags = 0;
-    pb_wire_type_t wireType;
-    std::uint32_t tag;
-    bool atEnd = false;
-    while (pb_decode_tag(stream, &wireType, &tag, &atEnd)) {
+    while (stream->bytes_left > 0) {
+        pb_wire_type_t wireType;
+        std::uint32_t tag;
+        bool atEnd;
+        if (!pb_decode_tag(stream, &wireType, &tag, &atEnd))
+            return false;
         if (tag == 0)
             PB_RETURN_ERROR(stream, "zero tag");
         if (!decodeField(stream, tag, wireType, status))
@@ -140,8 +142,6 @@ bool decodeStatusFields(pb_istream_t *stream, StatusFields *status)
         if (tag < 32)
             seenTags |= 1u << tag;
     }
-    if (!atEnd)
-        return false;
     if ((seenTags & kRequiredTags) != kRequiredTags)
         PB_RETURN_ERROR(stream, "missing required field");
     return true;

@@ -1,7 +1,9 @@
 #include "rpc/FileStatusDecoder.h"
 
+#include "rpc/MemoryStream.h"
+
+#include "testing/NamespaceMessages.h"
 #include "testing/SystemCallFaults.h"
-#include "testing/proto/OracleHdfs.pb.h"
 
 #include <gtest/gtest.h>
 
@@ -15,52 +17,10 @@ namespace {
 
 oracle::HdfsFileStatusProto fileStatus()
 {
-    oracle::HdfsFileStatusProto status;
-    status.set_filetype(oracle::HdfsFileStatusProto::IS_FILE);
-    status.set_path("name");
+    oracle::HdfsFileStatusProto status = ::fileStatus("name");
     status.set_length(0x123456789ABCull);
     status.mutable_permission()->set_perm(01640);
-    status.set_owner("owner");
-    status.set_group("group");
-    status.set_modification_time(1700000000123ull);
-    status.set_access_time(1700000000456ull);
-    status.set_block_replication(3);
-    status.set_blocksize(134217728);
     return status;
-}
-
-/// All that a newer server may add, in and behind the fields that are known.
-void addNewerFields(oracle::HdfsFileStatusProto *status)
-{
-    status->set_symlink("/target");
-    status->set_fileid(16400);
-    status->set_childrennum(5);
-    oracle::LocatedBlocksProto *locations = status->mutable_locations();
-    locations->set_filelength(10);
-    locations->set_underconstruction(false);
-    locations->set_islastblockcomplete(true);
-    oracle::LocatedBlockProto *block = locations->add_blocks();
-    block->mutable_b()->set_poolid("BP-1");
-    block->mutable_b()->set_blockid(1);
-    block->mutable_b()->set_generationstamp(2);
-    block->set_offset(0);
-    block->set_corrupt(false);
-    block->mutable_blocktoken()->set_identifier("");
-    block->mutable_blocktoken()->set_password("");
-    block->mutable_blocktoken()->set_kind("");
-    block->mutable_blocktoken()->set_service("");
-    oracle::FileEncryptionInfoProto *encryption = status->mutable_fileencryptioninfo();
-    encryption->set_suite(oracle::AES_CTR_NOPADDING);
-    encryption->set_cryptoprotocolversion(oracle::ENCRYPTION_ZONES);
-    encryption->set_key("0123456789abcdef");
-    encryption->set_iv("0123456789abcdef");
-    encryption->set_keyname("key");
-    encryption->set_ezkeyversionname("key@0");
-    status->set_storagepolicy(7);
-    status->mutable_ecpolicy()->set_id(1);
-    status->mutable_ecpolicy()->set_name("RS-6-3-1024k");
-    status->set_flags(15);
-    status->set_namespace_("ns1");
 }
 
 class FileStatusDecoder : public ::testing::Test
@@ -70,7 +30,7 @@ protected:
 
     bool append(const std::string &bytes)
     {
-        stream = pb_istream_from_buffer(reinterpret_cast<const pb_byte_t *>(bytes.data()), bytes.size());
+        stream = memoryStream(bytes.data(), bytes.size());
         return appendFileStatus(&stream, &list);
     }
     bool append(const oracle::HdfsFileStatusProto &status) { return append(status.SerializePartialAsString()); }

@@ -221,7 +221,8 @@ std::int32_t NameNodeConnection::receiveResponse(pb_istream_t *stream)
         *stream = memoryStream(frame + messageStart, total - messageStart);
         // The message ends with the frame; its own length only has to be stepped over.
         std::uint64_t messageLength;
-        pb_decode_varint(stream, &messageLength);
+        if (stream->bytes_left > 0)
+            pb_decode_varint(stream, &messageLength);
         return 0;
     }
     if (!decoded)

@@ -1,5 +1,7 @@
 #include "rpc/PbText.h"
 
+#include "rpc/MemoryStream.h"
+
 #include "ClientProtocolMessages.pb.h"
 #include "HdfsMessages.pb.h"
 #include "IpcMessages.pb.h"
@@ -31,7 +33,7 @@ template <class Message> std::string encode(PbFieldList fields, const Message &m
 
 pb_istream_t streamOf(const std::string &bytes)
 {
-    return pb_istream_from_buffer(reinterpret_cast<const pb_byte_t *>(bytes.data()), bytes.size());
+    return memoryStream(bytes.data(), bytes.size());
 }
 
 std::string text(const ByteString &bytes)
@@ -281,3 +283,15 @@ TEST(Schemas, WriteCreateAddBlockAbandonAndCompleteAsTheOracleDoes)
 }
 
 } // namespace
+
+TEST(PbText, ANumberWhereATextIsExpectedIsRefusedAndLeavesNoView)
+{
+    // Field 4 (exceptionClassName) of a response header as a varint: nanopb offers it to the text's callback.
+    const std::string bytes("\x20\x05", 2);
+    ByteString view = emptyByteString();
+    RpcResponseHeaderProto header = RpcResponseHeaderProto_init_default;
+    header.exceptionClassName = collectTo(&view);
+    pb_istream_t stream = memoryStream(bytes.data(), bytes.size());
+    EXPECT_FALSE(pb_decode_noinit(&stream, RpcResponseHeaderProto_fields, &header));
+    EXPECT_EQ(0u, view.size);
+}

@@ -52,7 +52,8 @@ ScriptedFile::ScriptedFile(const std::vector<std::size_t> &blockSizes, std::size
     locations->set_islastblockcomplete(true);
     std::size_t offset = 0;
     for (std::size_t i = 0; i < blockSizes.size(); ++i) {
-        const ScriptedBlock block = scriptedBlock(i, m_bytes.substr(offset, blockSizes[i]));
+        m_blocks.push_back(scriptedBlock(i, m_bytes.substr(offset, blockSizes[i])));
+        const ScriptedBlock &block = m_blocks.back();
         LocatedBlockProto *message = locations->add_blocks();
         describe(block, offset, message);
         for (std::size_t node = 0; node < dataNodes; ++node) {
@@ -70,6 +71,14 @@ ScriptedFile::ScriptedFile(const std::vector<std::size_t> &blockSizes, std::size
 ScriptedFile::~ScriptedFile()
 {
     connection.disconnect();
+}
+
+void ScriptedFile::setTokenIdentifier(std::size_t index, const std::string &identifier)
+{
+    m_blocks[index].tokenIdentifier = identifier;
+    block(index)->mutable_blocktoken()->set_identifier(identifier);
+    for (const std::unique_ptr<ScriptedDataNode> &node : m_dataNodes)
+        node->addBlock(m_blocks[index]);
 }
 
 std::unique_ptr<HdfsFileReader> ScriptedFile::open()

@@ -40,6 +40,9 @@ public:
         return response.mutable_locations()->mutable_blocks(static_cast<int>(index));
     }
 
+    /// Another token for a block, at the NameNode and at the DataNodes.
+    void setTokenIdentifier(std::size_t block, const std::string &identifier);
+
     /// A reader of the file; null when the product gives none. It must be gone before this object.
     std::unique_ptr<HdfsFileReader> open();
 
@@ -52,6 +55,7 @@ public:
 
 private:
     std::string m_bytes;
+    std::vector<ScriptedBlock> m_blocks;
     std::vector<std::unique_ptr<ScriptedDataNode>> m_dataNodes;
 };
 

@@ -17,10 +17,15 @@ import java.net.ServerSocket;
 import java.net.Socket;
 import java.nio.charset.StandardCharsets;
 import java.security.PrivilegedExceptionAction;
+import java.util.ArrayList;
 import java.util.Arrays;
 import java.util.EnumSet;
 import java.util.HashMap;
+import java.util.List;
 import java.util.Map;
+import java.util.concurrent.ExecutorService;
+import java.util.concurrent.Executors;
+import java.util.concurrent.Future;
 
 import org.apache.hadoop.conf.Configuration;
 import org.apache.hadoop.fs.CreateFlag;
@@ -34,6 +39,7 @@ import org.apache.hadoop.fs.permission.FsPermission;
 import org.apache.hadoop.hdfs.tools.DFSAdmin;
 import org.apache.hadoop.hdfs.tools.DFSck;
 import org.apache.hadoop.security.UserGroupInformation;
+import org.apache.hadoop.util.DataChecksum;
 import org.apache.hadoop.util.ToolRunner;
 
 public class ClusterClient {
@@ -42,7 +48,6 @@ public class ClusterClient {
     private static final byte[] TILE = tile();
 
     private static final long MIB = 1L << 20;
-    private static final int WRITE_SIZE = 4 << 20;
 
     private final Configuration configuration = new Configuration();
     private final Map<String, FSDataOutputStream> openFiles = new HashMap<>();
@@ -128,8 +133,14 @@ public class ClusterClient {
         case "pattern":
             makePatternFile(new Path(rest[0]), rest);
             return 0;
-        case "far":
-            makeFarFile(new Path(rest[0]));
+        case "pattern-part":
+            makePartFile(new Path(rest[0]), Long.parseLong(rest[1]), Long.parseLong(rest[2]));
+            return 0;
+        case "zeros":
+            makeZeros(new Path(rest[0]), Long.parseLong(rest[1]));
+            return 0;
+        case "concat":
+            concat(rest);
             return 0;
         case "open":
             openFile(rest[0], Long.parseLong(rest[1]), Long.parseLong(rest[2]));
@@ -161,22 +172,35 @@ public class ClusterClient {
     }
 
     /** Every tenth entry is a directory, the others are empty files. Their order by name is not the order of creation. */
-    private void makeEntries(Path directory, int count) throws IOException {
+    private void makeEntries(Path directory, int count) throws Exception {
         FileSystem fileSystem = FileSystem.get(configuration);
         if (fileSystem.exists(directory)) {
             return;
         }
         Path partial = directory.suffix(".partial");
         fileSystem.delete(partial, true);
+        fileSystem.mkdirs(partial);
+        ExecutorService workers = Executors.newFixedThreadPool(8);
+        List<Future<Void>> made = new ArrayList<>();
         for (int i = 0; i < count; i++) {
             Path entry = new Path(partial, Integer.toString(i));
-            if (i % 10 == 0) {
-                fileSystem.mkdirs(entry);
-            } else {
-                fileSystem.create(entry).close();
-            }
+            boolean isDirectory = i % 10 == 0;
+            made.add(workers.submit(() -> makeEntry(fileSystem, entry, isDirectory)));
+        }
+        workers.shutdown();
+        for (Future<Void> entry : made) {
+            entry.get();
         }
         fileSystem.rename(partial, directory);
+    }
+
+    private static Void makeEntry(FileSystem fileSystem, Path path, boolean isDirectory) throws IOException {
+        if (isDirectory) {
+            fileSystem.mkdirs(path);
+        } else {
+            fileSystem.create(path).close();
+        }
+        return null;
     }
 
     /** Arguments: path, length, block size, replication, bytes of a checksum chunk, checksum type ("CRC32C"). */
@@ -188,7 +212,7 @@ public class ClusterClient {
         }
         Path partial = path.suffix(".partial");
         Options.ChecksumOpt checksum = new Options.ChecksumOpt(
-            org.apache.hadoop.util.DataChecksum.Type.valueOf(arguments[5]), Integer.parseInt(arguments[4]));
+            DataChecksum.Type.valueOf(arguments[5]), Integer.parseInt(arguments[4]));
         try (FSDataOutputStream out = create(fileSystem, partial, Short.parseShort(arguments[3]),
                                              Long.parseLong(arguments[2]), checksum)) {
             writePattern(out, 0, length);
@@ -197,24 +221,31 @@ public class ClusterClient {
         fileSystem.rename(partial, path);
     }
 
-    /** 4 GiB and a byte, one replica in blocks of 1 GiB: zeros, but the pattern in the MiB before 4 GiB and behind it. */
-    private void makeFarFile(Path path) throws IOException {
-        FileSystem fileSystem = FileSystem.get(configuration);
-        if (fileSystem.exists(path)) {
-            return;
+    /** What a pattern file has from an offset on, in a file of its own with one replica. */
+    private void makePartFile(Path path, long offset, long length) throws IOException {
+        try (FSDataOutputStream out = create(FileSystem.get(configuration), path, (short) 1, MIB, null)) {
+            writePattern(out, offset, length);
         }
-        Path partial = path.suffix(".partial");
-        long end = 4096 * MIB;
-        try (FSDataOutputStream out = create(fileSystem, partial, (short) 1, 1024 * MIB, null)) {
-            byte[] zeros = new byte[WRITE_SIZE];
-            for (long at = 0; at < end - MIB;) {
-                int part = (int) Math.min(zeros.length, end - MIB - at);
-                out.write(zeros, 0, part);
-                at += part;
+    }
+
+    /** Zeros in one block with one replica; without checksums and in large packets, because there are many of them. */
+    private void makeZeros(Path path, long length) throws IOException {
+        Configuration quick = new Configuration(configuration);
+        quick.setInt("dfs.client-write-packet-size", (int) MIB);
+        Options.ChecksumOpt none = new Options.ChecksumOpt(DataChecksum.Type.NULL, 512);
+        try (FileSystem fileSystem = FileSystem.newInstance(quick);
+             FSDataOutputStream out = create(fileSystem, path, (short) 1, 1024 * MIB, none)) {
+            byte[] zeros = new byte[(int) (4 * MIB)];
+            for (long left = length; left > 0; left -= zeros.length) {
+                out.write(zeros, 0, (int) Math.min(zeros.length, left));
             }
-            writePattern(out, end - MIB, MIB + 1);
         }
-        fileSystem.rename(partial, path);
+    }
+
+    /** Puts the content of the other files behind that of the first one, and they are gone. */
+    private void concat(String[] paths) throws IOException {
+        Path[] others = Arrays.stream(paths).skip(1).map(Path::new).toArray(Path[]::new);
+        FileSystem.get(configuration).concat(new Path(paths[0]), others);
     }
 
     /** A writer that stays: what it has written so far can be read, and the file is under construction. */
