@@ -139,8 +139,9 @@ TEST_F(BlockRead, RangesAroundPacketAndChunkBoundariesComeOutRight)
     const std::size_t places[] = {0, 1, 511, 512, 513, 65535, 65536, 65537, 131072, 196607, 196608, 196609, kSize - 1};
     for (std::size_t start : places) {
         for (std::size_t end : places) {
-            if (end > start)
+            if (end > start) {
                 ASSERT_NO_FATAL_FAILURE(expectRange(&file, reader.get(), start, end - start));
+            }
         }
         ASSERT_NO_FATAL_FAILURE(expectRange(&file, reader.get(), start, kSize - start));
     }

@@ -50,8 +50,11 @@ std::int64_t DataNodeStream::receiveSome(char *buffer, std::uint32_t length)
         const std::int64_t received = platform::receiveWithin(m_socket->handle, buffer, length, kReadStatusPatience);
         if (received != platform::kTimedOut)
             return received;
-        if (!m_statuses.peerIsSilent())
+        if (!m_statuses.peerIsSilent()) {
+            // A peer in lock step would never send again: let this receive and all that follow fail.
+            m_socket->close();
             return -1;
+        }
     }
     return platform::receiveOnce(m_socket->handle, buffer, length);
 }

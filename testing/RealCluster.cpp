@@ -114,17 +114,18 @@ QByteArray RealCluster::superuser() const
 std::unique_ptr<NameNodeConnection> RealCluster::connect(const QByteArray &user, const QByteArray &host_) const
 {
     std::unique_ptr<NameNodeConnection> connection(new NameNodeConnection);
-    if (connection->connect(host_.isEmpty() ? host() : host_, port(), user.isEmpty() ? superuser() : user, 0, false, false,
-                            10000, 10000) != 0)
+    if (connection->connect(host_.isEmpty() ? host() : host_, port(), user.isEmpty() ? superuser() : user, 0, false,
+                            false, 10000, 10000) != 0)
         fail("the NameNode cannot be reached");
     return connection;
 }
 
 CommandResult RealCluster::ask(const QByteArray &user, const QList<QByteArray> &verbAndArguments) const
 {
+    const QList<QByteArray> texts = QList<QByteArray>() << (user.isEmpty() ? superuser() : user) << verbAndArguments;
     QByteArray request;
-    appendNumber(&request, verbAndArguments.size() + 1);
-    for (const QByteArray &text : QList<QByteArray>() << (user.isEmpty() ? superuser() : user) << verbAndArguments) {
+    appendNumber(&request, texts.size());
+    for (const QByteArray &text : texts) {
         appendNumber(&request, text.size());
         request.append(text);
     }
@@ -169,19 +170,17 @@ QByteArray RealCluster::freshDirectory() const
 {
     const ::testing::TestInfo *test = ::testing::UnitTest::GetInstance()->current_test_info();
     const QByteArray path = QByteArray("/") + test->test_suite_name() + "/" + test->name();
-    dfs(QList<QByteArray>() << "-rm" << "-r" << "-f" << path);
-    dfs(QList<QByteArray>() << "-mkdir" << "-p" << path);
-    dfs(QList<QByteArray>() << "-chmod" << "777" << path);
+    dfs({"-rm", "-r", "-f", path});
+    dfs({"-mkdir", "-p", path});
+    dfs({"-chmod", "777", path});
     return path;
 }
 
 QByteArray RealCluster::patternFile(const QByteArray &name, std::int64_t length, const FileLayout &layout) const
 {
     const QByteArray path = "/shared/" + name;
-    client(QList<QByteArray>() << "pattern" << path << QByteArray::number(qint64(length))
-                               << QByteArray::number(qint64(layout.blockSize))
-                               << QByteArray::number(layout.replication) << QByteArray::number(layout.chunkSize)
-                               << layout.checksum);
+    client({"pattern", path, QByteArray::number(qint64(length)), QByteArray::number(qint64(layout.blockSize)),
+            QByteArray::number(layout.replication), QByteArray::number(layout.chunkSize), layout.checksum});
     return path;
 }
 
@@ -230,32 +229,32 @@ void RealCluster::privateHdfs(const QList<QByteArray> &arguments) const
 
 void RealCluster::kill(const QByteArray &node) const
 {
-    privateHdfs(QList<QByteArray>() << "node" << "kill" << node);
+    privateHdfs({"node", "kill", node});
 }
 
 void RealCluster::pause(const QByteArray &node) const
 {
-    privateHdfs(QList<QByteArray>() << "node" << "pause" << node);
+    privateHdfs({"node", "pause", node});
 }
 
 void RealCluster::resume(const QByteArray &node) const
 {
-    privateHdfs(QList<QByteArray>() << "node" << "continue" << node);
+    privateHdfs({"node", "continue", node});
 }
 
 void RealCluster::restart(const QByteArray &node) const
 {
-    privateHdfs(QList<QByteArray>() << "node" << "restart" << node);
+    privateHdfs({"node", "restart", node});
 }
 
 void RealCluster::waitUntilDead(const QByteArray &node) const
 {
-    privateHdfs(QList<QByteArray>() << "wait" << "--dead" << node);
+    privateHdfs({"wait", "--dead", node});
 }
 
 void RealCluster::mend() const
 {
-    const QByteArray status = runPrivateHdfs(QList<QByteArray>() << "status" << "--json").output;
+    const QByteArray status = runPrivateHdfs({"status", "--json"}).output;
     const QJsonObject nodes = QJsonDocument::fromJson(status).object();
     if (nodes.isEmpty())
         fail("private-hdfs status failed: " + status);
@@ -266,11 +265,11 @@ void RealCluster::mend() const
         if (state == QLatin1String("paused"))
             resume(node);
         else if (state == QLatin1String("ended"))
-            privateHdfs(QList<QByteArray>() << "node" << "restart" << "--no-wait" << node);
+            privateHdfs({"node", "restart", "--no-wait", node});
         wasWhole = wasWhole && state == QLatin1String("running");
     }
     if (!wasWhole)
-        privateHdfs(QList<QByteArray>() << "wait");
+        privateHdfs({"wait"});
 }
 
 char patternByte(std::int64_t offset)

@@ -1,5 +1,6 @@
 // The private HDFS that a run of the tests shares: where it is, its own Java client to make files with and to compare
-// with, and faults of its servers. Whatever goes wrong with any of these throws std::runtime_error, which fails the test.
+// with, and faults of its servers. Whatever goes wrong with any of these throws std::runtime_error, which fails the
+// test.
 #ifndef TESTING_REALCLUSTER_H
 #define TESTING_REALCLUSTER_H
 
@@ -32,7 +33,8 @@ struct FileLayout {
 class RealCluster
 {
 public:
-    /// Finds the cluster that `testing/cluster/real-cluster start` has left a note about; ctest runs it before the tests.
+    /// Finds the cluster that `testing/cluster/real-cluster start` has left a note about; ctest runs it before the
+    /// tests.
     RealCluster();
 
     QByteArray host() const;
@@ -86,7 +88,8 @@ private:
 
 /// The byte at `offset` of every pattern file.
 char patternByte(std::int64_t offset);
-/// Where `size` bytes first differ from the pattern file's at `offset`, as an index into `bytes`; -1 when they are right.
+/// Where `size` bytes first differ from the pattern file's at `offset`, as an index into `bytes`; -1 when they are
+/// right.
 std::int64_t firstDifferenceFromPattern(const char *bytes, std::int64_t size, std::int64_t offset);
 
 #endif

@@ -174,7 +174,7 @@ std::string chunkChecksums(const std::string &data, std::uint32_t bytesPerChecks
 ScriptedDataNode::Serving::Serving()
     : checksumType(2), bytesPerChecksum(512), statesChunkSizeWithoutChecksums(true), packetData(64 * 1024),
       endsWithEmptyPacket(true), speaksLikeANewerServer(false), worksInLockStep(false), resetsOnEarlyStatus(false),
-      listensBetweenPackets(0), keepsConnection(false)
+      listensBetweenPackets(0), keepsConnection(false), closesBehindRange(false)
 {
 }
 
@@ -347,6 +347,8 @@ std::string ScriptedDataNode::answer(ScriptedConnection &connection, const Servi
         if (progress.packetsSent < read.packets.size())
             listen(connection, serving, &progress);
     }
+    if (serving.closesBehindRange)
+        connection.close();
     for (;;) {
         const std::string first = connection.receive(1);
         if (first[0] != kStatusSuccess[0])
@@ -359,9 +361,12 @@ void ScriptedDataNode::listen(ScriptedConnection &connection, const Serving &ser
 {
     if (serving.listensBetweenPackets == 0 && !serving.resetsOnEarlyStatus)
         return;
+    // However slow the client's machine is: the first status must come without anything more from here.
+    if (serving.listensBetweenPackets > 0 && progress->packetsSent == 1 && progress->statuses == 0)
+        receiveStatus(connection, connection.receive(1), progress);
     while (!connection.isSilentFor(serving.listensBetweenPackets)) {
         receiveStatus(connection, connection.receive(1), progress);
-        if (serving.resetsOnEarlyStatus && progress->statuses > 1)
+        if (serving.resetsOnEarlyStatus && progress->statuses > 1 && !progress->allDataSent)
             connection.reset();
     }
 }

@@ -86,10 +86,13 @@ public:
         bool worksInLockStep;
         /// Resets the connection when a second status is there before the range is sent, as real ones do.
         bool resetsOnEarlyStatus;
-        /// Listens so many milliseconds for statuses behind each packet, and before the last byte of data.
+        /// Listens so many milliseconds for statuses behind each packet, and before the last byte of data; waits for
+        /// the first status without that limit.
         int listensBetweenPackets;
         /// After the status of a read takes the next request on the same connection; otherwise it closes.
         bool keepsConnection;
+        /// Ends its direction behind the range, as one does whose next packet the client waits for in vain.
+        bool closesBehindRange;
         /// Has the last word about what is sent.
         std::function<void(const ReadRequest &, WireRead *)> alter;
     };

@@ -177,7 +177,10 @@ void ScriptedNameNode::forget(const std::string &method)
 std::vector<NameNodeIntroduction> ScriptedNameNode::introductions() const
 {
     std::lock_guard<std::mutex> lock(m_mutex);
-    return m_introductions;
+    std::vector<NameNodeIntroduction> introductions = m_introductions;
+    std::sort(introductions.begin(), introductions.end(),
+              [](const NameNodeIntroduction &a, const NameNodeIntroduction &b) { return a.connection < b.connection; });
+    return introductions;
 }
 
 std::vector<NameNodeCall> ScriptedNameNode::calls() const
@@ -252,6 +255,7 @@ std::string ScriptedNameNode::takeIntroduction(ScriptedConnection &connection)
     EXPECT_EQ(9, preamble[4]);
     EXPECT_EQ(0, preamble[5]);
     NameNodeIntroduction introduction;
+    introduction.connection = connection.index();
     introduction.authProtocol = static_cast<unsigned char>(preamble[6]);
     EXPECT_TRUE(introduction.authProtocol == 0 || introduction.authProtocol == 0xDF);
 

@@ -20,6 +20,7 @@
 
 /// What a connection opened with.
 struct NameNodeIntroduction {
+    std::size_t connection;     ///< index of the connection
     unsigned char authProtocol; ///< 0 none, 0xDF SASL
     std::string user;
     std::string clientId;
@@ -77,7 +78,9 @@ public:
     /// Drops all queued answers of a method.
     void forget(const std::string &method);
 
+    /// In the order of the connections.
     std::vector<NameNodeIntroduction> introductions() const;
+    /// In the order of their arrival.
     std::vector<NameNodeCall> calls() const;
     std::vector<NameNodeCall> calls(const std::string &method) const;
 

@@ -279,8 +279,13 @@ int __wrap_connect(int descriptor, const sockaddr *address, socklen_t size)
 
 ssize_t __wrap_send(int descriptor, const void *buffer, size_t size, int flags)
 {
-    if (mustFail(SystemCall::Send))
+    if (mustFail(SystemCall::Send)) {
+        const int error = errno;
+        if (error == ECONNRESET)
+            ::shutdown(descriptor, SHUT_RDWR);
+        errno = error;
         return -1;
+    }
     if (mustInterrupt(SystemCall::Send)) {
         errno = EINTR;
         return -1;

@@ -42,7 +42,8 @@ public:
     SystemCallFaults &operator=(const SystemCallFaults &) = delete;
 
     /// Lets the call number `ordinal` (0: the next one from now) fail with `error` in errno; for Resolve `error` is
-    /// its result, for Allocate it may be 0. It is not passed on to the system.
+    /// its result, for Allocate it may be 0. It is not passed on to the system. A send that fails with ECONNRESET
+    /// takes the connection with it.
     void fail(SystemCall call, int ordinal, int error);
     /// The same for this call and all that follow.
     void failFrom(SystemCall call, int ordinal, int error);

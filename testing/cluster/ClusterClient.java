@@ -28,6 +28,7 @@ import java.util.concurrent.Executors;
 import java.util.concurrent.Future;
 
 import org.apache.hadoop.conf.Configuration;
+import org.apache.hadoop.fs.BlockLocation;
 import org.apache.hadoop.fs.CreateFlag;
 import org.apache.hadoop.fs.FSDataOutputStream;
 import org.apache.hadoop.fs.FileStatus;
@@ -48,6 +49,7 @@ public class ClusterClient {
     private static final byte[] TILE = tile();
 
     private static final long MIB = 1L << 20;
+    private static final int DATANODES = 3;
 
     private final Configuration configuration = new Configuration();
     private final Map<String, FSDataOutputStream> openFiles = new HashMap<>();
@@ -204,21 +206,37 @@ public class ClusterClient {
     }
 
     /** Arguments: path, length, block size, replication, bytes of a checksum chunk, checksum type ("CRC32C"). */
-    private void makePatternFile(Path path, String[] arguments) throws IOException {
+    private void makePatternFile(Path path, String[] arguments) throws Exception {
         long length = Long.parseLong(arguments[1]);
+        short replication = Short.parseShort(arguments[3]);
         FileSystem fileSystem = FileSystem.get(configuration);
-        if (fileSystem.exists(path) && fileSystem.getFileStatus(path).getLen() == length) {
-            return;
+        if (!fileSystem.exists(path) || fileSystem.getFileStatus(path).getLen() != length) {
+            Path partial = path.suffix(".partial");
+            Options.ChecksumOpt checksum = new Options.ChecksumOpt(DataChecksum.Type.valueOf(arguments[5]),
+                                                                   Integer.parseInt(arguments[4]));
+            try (FSDataOutputStream out = create(fileSystem, partial, replication, Long.parseLong(arguments[2]),
+                                                 checksum)) {
+                writePattern(out, 0, length);
+            }
+            fileSystem.delete(path, false);
+            fileSystem.rename(partial, path);
         }
-        Path partial = path.suffix(".partial");
-        Options.ChecksumOpt checksum = new Options.ChecksumOpt(
-            DataChecksum.Type.valueOf(arguments[5]), Integer.parseInt(arguments[4]));
-        try (FSDataOutputStream out = create(fileSystem, partial, Short.parseShort(arguments[3]),
-                                             Long.parseLong(arguments[2]), checksum)) {
-            writePattern(out, 0, length);
+        waitForReplicas(fileSystem, path, Math.min(replication, DATANODES));
+    }
+
+    /** The file is complete with the first replica of each block; the others become known one after the other. */
+    private static void waitForReplicas(FileSystem fileSystem, Path path, int replicas) throws Exception {
+        for (int attempt = 0; attempt < 600; attempt++) {
+            boolean isWhole = true;
+            for (BlockLocation block : fileSystem.getFileBlockLocations(path, 0, Long.MAX_VALUE)) {
+                isWhole = isWhole && block.getNames().length >= replicas;
+            }
+            if (isWhole) {
+                return;
+            }
+            Thread.sleep(50);
         }
-        fileSystem.delete(path, false);
-        fileSystem.rename(partial, path);
+        throw new IOException(path + " does not get its replicas");
     }
 
     /** What a pattern file has from an offset on, in a file of its own with one replica. */
@@ -249,8 +267,10 @@ public class ClusterClient {
     }
 
     /** A writer that stays: what it has written so far can be read, and the file is under construction. */
-    private void openFile(String path, long length, long blockSize) throws IOException {
-        FileSystem fileSystem = FileSystem.newInstance(configuration);
+    private void openFile(String path, long length, long blockSize) throws Exception {
+        // Not the request's user: whatever he has open is closed when the request is done.
+        FileSystem fileSystem = UserGroupInformation.getLoginUser().doAs(
+            (PrivilegedExceptionAction<FileSystem>) () -> FileSystem.newInstance(configuration));
         FSDataOutputStream out = create(fileSystem, new Path(path), (short) 3, blockSize, null);
         writePattern(out, 0, length);
         out.hflush();

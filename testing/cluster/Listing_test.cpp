@@ -6,10 +6,7 @@ namespace {
 class RealListing : public RealClusterTest
 {
 protected:
-    QByteArray javaListing(const QByteArray &path) const
-    {
-        return cluster.client(QList<QByteArray>() << "list" << path);
-    }
+    QByteArray javaListing(const QByteArray &path) const { return cluster.client({"list", path}); }
 };
 
 /// A directory that only bob can look into, with a file in it that everybody could read.
@@ -43,13 +40,21 @@ TEST_F(RealListing, DirectoryOf3500EntriesComesInFourPagesInTheNameNodesOrder)
 TEST_F(RealListing, NamesOf255BytesAndInUtf8ComeAsTheyAre)
 {
     const QByteArray greek = QByteArray("\xCE\xB1").repeated(127) + "z"; // 255 bytes, 128 characters
-    const QList<QByteArray> names = {
-        QByteArray(255, 'n'), greek,           QByteArray(255, 'm'),         "gr\xC3\xB6\xC3\x9F" "e.txt",
-        "\xF0\x9F\x90\x98",   "\xE6\xBC\xA2\xE5\xAD\x97", "e\xCC\x81 combined", "two  blanks",
-        "back\\slash",        "per%20cent",    "a|b,c=\"d\"'e'",             "tab\tin it"};
+    const QList<QByteArray> names = {QByteArray(255, 'n'),
+                                     greek,
+                                     QByteArray(255, 'm'),
+                                     "gr\xC3\xB6\xC3\x9F"
+                                     "e.txt",
+                                     "\xF0\x9F\x90\x98",
+                                     "\xE6\xBC\xA2\xE5\xAD\x97",
+                                     "e\xCC\x81 combined",
+                                     "two  blanks",
+                                     "back\\slash",
+                                     "per%20cent",
+                                     "a|b,c=\"d\"'e'",
+                                     "tab\tin it"};
     for (const QByteArray &name : names)
-        EXPECT_EQ(ClientProtocol::Done,
-                  ClientProtocol::mkdirs(connection.get(), directory() + "/" + name, 0755, false))
+        EXPECT_EQ(ClientProtocol::Done, ClientProtocol::mkdirs(connection.get(), directory() + "/" + name, 0755, false))
             << name.constData();
 
     std::int32_t count = 0;

@@ -1,7 +1,7 @@
 // Long ranges from the real DataNodes, read fast and slowly. A DataNode ends such an exchange badly for a reader that
 // tells it too early what it has read, so each size is read ten times.
-#include "testing/cluster/ReceiveHook.h"
 #include "testing/cluster/RealClusterTest.h"
+#include "testing/cluster/ReceiveHook.h"
 
 #include <QtCore/QFile>
 

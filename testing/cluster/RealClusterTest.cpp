@@ -25,7 +25,7 @@ StatusList RealClusterTest::info(const QByteArray &path) const
 
 QByteArray RealClusterTest::javaStatus(const QByteArray &path) const
 {
-    return cluster.client(QList<QByteArray>() << "status" << path);
+    return cluster.client({"status", path});
 }
 
 Reader RealClusterTest::open(const QByteArray &path) const
@@ -94,7 +94,7 @@ QByteArray readAt(HdfsFileReader *reader, std::int64_t offset, std::uint32_t len
     if ((*buffer)[length] != kGuard)
         return ::testing::AssertionFailure() << "written beyond " << length << " bytes at " << offset;
     if (reader->position != offset + static_cast<std::int64_t>(length))
-        return ::testing::AssertionFailure() << "position " << reader->position << " after " << length << " bytes at "
-                                             << offset;
+        return ::testing::AssertionFailure()
+               << "position " << reader->position << " after " << length << " bytes at " << offset;
     return ::testing::AssertionSuccess();
 }

@@ -1,0 +1,10 @@
+// How much memory this process holds.
+#ifndef TESTING_HEAPINUSE_H
+#define TESTING_HEAPINUSE_H
+
+#include <cstddef>
+
+/// Bytes that all threads have allocated and not freed, also those never written to.
+std::size_t heapInUse();
+
+#endif
