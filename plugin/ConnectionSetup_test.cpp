@@ -65,7 +65,8 @@ protected:
     {
         settings.set("hdfs", text(value));
         SystemCallFaults faults;
-        faults.resolveTo({ResolvedAddress{"10.0.0.1", 0}, ResolvedAddress{"10.0.0.2", 0}, ResolvedAddress{"10.0.0.3", 0}});
+        faults.resolveTo(
+            {ResolvedAddress{"10.0.0.1", 0}, ResolvedAddress{"10.0.0.2", 0}, ResolvedAddress{"10.0.0.3", 0}});
         faults.failFrom(SystemCall::Connect, 0, ECONNREFUSED);
         QString user = "untouched";
         EXPECT_EQ(nullptr, connectFromSettings(&user));
@@ -102,7 +103,8 @@ TEST_F(ConnectionSetup, WithoutASettingThereIsNoConnectionAndNoMessage)
 
 TEST_F(ConnectionSetup, WithoutAHostThereIsNoConnectionAndNoMessage)
 {
-    for (const char *value : {"", "|", "|1", "|1|user", ":9000", ":9000|1|user", ",second:9000", ":", ",", "||||", ":|:"}) {
+    for (const char *value :
+         {"", "|", "|1", "|1|user", ":9000", ":9000|1|user", ",second:9000", ":", ",", "||||", ":|:"}) {
         const Attempt attempt = attemptWith(value);
         EXPECT_FALSE(attempt.isConfigured) << value;
         EXPECT_EQ("untouched", attempt.user) << value;
@@ -232,7 +234,7 @@ TEST_F(ConnectionSetup, AnyNumberButZeroChoosesWebHdfs)
     const struct {
         const char *value;
         bool isOn;
-    } values[] = {{"0", false}, {"1", true},  {"2", true},     {"-1", true},  {"yes", false},
+    } values[] = {{"0", false}, {"1", true},   {"2", true},    {"-1", true},   {"yes", false},
                   {"", false},  {"00", false}, {"1.5", false}, {"0x1", false}, {"99999999999", false}};
     ASSERT_TRUE(connectWith("127.0.0.1:%1"));
     EXPECT_FALSE(connection->useWebHdfs);
@@ -296,7 +298,8 @@ TEST_F(ConnectionSetup, WithoutAClientIdentifierOnlyTheSetUpIsReported)
 class LearnedAddress : public ConnectionSetup
 {
 protected:
-    /// Connects by a value through a name that resolves to three addresses, of which only the one at `reachable` answers.
+    /// Connects by a value through a name that resolves to three addresses, of which only the one at `reachable`
+    /// answers.
     bool connectReaching(int reachable, const std::string &value)
     {
         SystemCallFaults faults;

@@ -51,10 +51,7 @@ public:
     }
 
 private:
-    QString copyOf(const char *original) const
-    {
-        return m_directory.path() + "/" + QFileInfo(original).fileName();
-    }
+    QString copyOf(const char *original) const { return m_directory.path() + "/" + QFileInfo(original).fileName(); }
 
     QTemporaryDir m_directory;
 };
@@ -103,7 +100,8 @@ TEST_F(PluginEntry, IsRecognisedByTheLoader)
 TEST_F(PluginEntry, SaysTheBuildKeyCharacterForCharacter)
 {
     typedef const char *(*Query)();
-    const Query query = reinterpret_cast<Query>(QLibrary::resolve(QUORHDFS_LIBRARY, "qt_plugin_query_verification_data"));
+    const Query query =
+        reinterpret_cast<Query>(QLibrary::resolve(QUORHDFS_LIBRARY, "qt_plugin_query_verification_data"));
     ASSERT_TRUE(query);
     EXPECT_STREQ("pattern=QT_PLUGIN_VERIFICATION_DATA\nversion=4.8.7\ndebug=false\n"
                  "buildkey=Windows x64 msvc release full-config",
@@ -114,7 +112,9 @@ TEST_F(PluginEntry, SaysTheBuildKeyCharacterForCharacter)
 TEST_F(PluginEntry, ExportsItsEntryPointsAndNothingElse)
 {
     QProcess nm;
-    nm.start("nm", QStringList() << "--dynamic" << "--defined-only" << "--format=posix" << QUORHDFS_LIBRARY);
+    nm.start("nm", QStringList() << "--dynamic"
+                                 << "--defined-only"
+                                 << "--format=posix" << QUORHDFS_LIBRARY);
     ASSERT_TRUE(nm.waitForFinished());
     ASSERT_EQ(0, nm.exitCode());
     QSet<QString> symbols;
@@ -243,7 +243,11 @@ TEST_F(PluginEntry, SaysSoForEachOperationThatThisVersionDoesNotHave)
         {"closeWriter", [=, &buffer] { return interface->closeWriter(nullptr, buffer, 4) != 0; }},
         {"bytesWritten", [=] { return interface->bytesWritten(nullptr) == 0; }},
         {"write", [=, &buffer] { return interface->write(nullptr, buffer, 4) != 0; }},
-        {"setSyncBlock", [=] { interface->setSyncBlock(nullptr, 1); return true; }},
+        {"setSyncBlock",
+         [=] {
+             interface->setSyncBlock(nullptr, 1);
+             return true;
+         }},
         {"syncBlock", [=] { return interface->syncBlock(nullptr) == 0; }},
         {"setChunkSize", [=] { return interface->setChunkSize(nullptr, 1024); }},
         {"chunkSize", [=] { return interface->chunkSize(nullptr) == 0; }},
@@ -357,7 +361,8 @@ TEST_F(PluginSession, PassesEveryNamespaceOperationOn)
     EXPECT_TRUE(nameNode.calls("mkdirs").at(0).as<oracle::MkdirsRequestProto>().createparent());
     EXPECT_EQ(01777u, nameNode.calls("mkdirs").at(0).as<oracle::MkdirsRequestProto>().masked().perm());
     EXPECT_EQ(5u, nameNode.calls("setReplication").at(0).as<oracle::SetReplicationRequestProto>().replication());
-    EXPECT_EQ(01755u, nameNode.calls("setPermission").at(0).as<oracle::SetPermissionRequestProto>().permission().perm());
+    EXPECT_EQ(01755u,
+              nameNode.calls("setPermission").at(0).as<oracle::SetPermissionRequestProto>().permission().perm());
     EXPECT_EQ("group", nameNode.calls("setOwner").at(0).as<oracle::SetOwnerRequestProto>().groupname());
 }
 
@@ -384,7 +389,8 @@ TEST_F(PluginSession, PassesEveryReaderOperationOn)
     nameNode.forget("getBlockLocations");
     nameNode.answerException("getBlockLocations", "java.io.FileNotFoundException", "File does not exist: /missing");
     const std::string log = logOf([this] { EXPECT_EQ(nullptr, hdfs()->openReader(connection, "/missing")); });
-    EXPECT_EQ(0u, log.find("ExceptionClassName=java.io.FileNotFoundException\nerrorMsg=File does not exist: /missing\n"))
+    EXPECT_EQ(0u,
+              log.find("ExceptionClassName=java.io.FileNotFoundException\nerrorMsg=File does not exist: /missing\n"))
         << log;
 }
 
@@ -394,8 +400,7 @@ TEST_F(PluginSession, DisconnectsAndKeepsTheConnectionObject)
     EXPECT_EQ(0, hdfs()->disconnect(connection));
     nameNode.peer().waitUntilOver(1);
     qint32 count = 0;
-    const std::string log =
-        logOf([this, &count] { EXPECT_EQ(nullptr, hdfs()->getListing(connection, "/", &count)); });
+    const std::string log = logOf([this, &count] { EXPECT_EQ(nullptr, hdfs()->getListing(connection, "/", &count)); });
     EXPECT_EQ(-1, count);
     EXPECT_EQ("Not connected any more to NameNode\n", log);
 }

@@ -143,8 +143,7 @@ TEST(ImplementationQuorHDFSPluginInterface, IsAQObjectFirst)
     ImplementationQuorHDFSPluginInterface *const whole =
         reinterpret_cast<ImplementationQuorHDFSPluginInterface *>(std::uintptr_t(4096));
     EXPECT_EQ(static_cast<void *>(whole), static_cast<void *>(static_cast<QObject *>(whole)));
-    EXPECT_EQ(4096 + sizeof(QObject),
-              reinterpret_cast<std::uintptr_t>(static_cast<QuorHDFSPluginInterface *>(whole)));
+    EXPECT_EQ(4096 + sizeof(QObject), reinterpret_cast<std::uintptr_t>(static_cast<QuorHDFSPluginInterface *>(whole)));
 }
 
 } // namespace

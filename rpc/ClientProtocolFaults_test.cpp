@@ -108,24 +108,82 @@ std::vector<Exchange> exchanges()
         {"getListingOfTwoPages",
          "getListing",
          {shared(listingPage({"one"}, 1)), shared(listingPage({"two"}, 0))},
-         2, -1, -1, {0, 1}, runListing},
-        {"fileInfo", "getFileInfo", {shared(fileInfoOf(oracle::HdfsFileStatusProto::IS_FILE))},
-         1, -1, -1, {0}, runFileInfo},
-        {"fileExists", "getFileInfo", {shared(fileInfoOf(oracle::HdfsFileStatusProto::IS_FILE))},
-         0, 1, 1, {2}, runFileExists},
-        {"mkdirs", "mkdirs", {shared(mkdirs)}, 0, 5, 2, {1},
+         2,
+         -1,
+         -1,
+         {0, 1},
+         runListing},
+        {"fileInfo",
+         "getFileInfo",
+         {shared(fileInfoOf(oracle::HdfsFileStatusProto::IS_FILE))},
+         1,
+         -1,
+         -1,
+         {0},
+         runFileInfo},
+        {"fileExists",
+         "getFileInfo",
+         {shared(fileInfoOf(oracle::HdfsFileStatusProto::IS_FILE))},
+         0,
+         1,
+         1,
+         {2},
+         runFileExists},
+        {"mkdirs",
+         "mkdirs",
+         {shared(mkdirs)},
+         0,
+         5,
+         2,
+         {1},
          [](Connection c) { return ClientProtocol::mkdirs(c, "/directory", 0755, true); }},
-        {"delete", "delete", {shared(deleted)}, 0, 5, 2, {1},
+        {"delete",
+         "delete",
+         {shared(deleted)},
+         0,
+         5,
+         2,
+         {1},
          [](Connection c) { return ClientProtocol::delete_(c, "/file", true); }},
-        {"rename", "rename", {shared(renamed)}, 0, 1, 1, {},
+        {"rename",
+         "rename",
+         {shared(renamed)},
+         0,
+         1,
+         1,
+         {},
          [](Connection c) { return ClientProtocol::rename(c, "/from", "/to"); }},
-        {"setReplication", "setReplication", {shared(replication)}, 0, 5, 2, {1},
+        {"setReplication",
+         "setReplication",
+         {shared(replication)},
+         0,
+         5,
+         2,
+         {1},
          [](Connection c) { return ClientProtocol::setReplication(c, "/file", 2); }},
-        {"setPermission", "setPermission", {shared(oracle::SetPermissionResponseProto())}, 1, 5, 2, {},
+        {"setPermission",
+         "setPermission",
+         {shared(oracle::SetPermissionResponseProto())},
+         1,
+         5,
+         2,
+         {},
          [](Connection c) { return ClientProtocol::setPermission(c, "/file", 0644); }},
-        {"setOwner", "setOwner", {shared(oracle::SetOwnerResponseProto())}, 1, 5, 2, {},
+        {"setOwner",
+         "setOwner",
+         {shared(oracle::SetOwnerResponseProto())},
+         1,
+         5,
+         2,
+         {},
          [](Connection c) { return ClientProtocol::setOwner(c, "/file", "user", "group"); }},
-        {"getFsStats", "getFsStats", {shared(fsStats())}, 0, 5, 2, {1},
+        {"getFsStats",
+         "getFsStats",
+         {shared(fsStats())},
+         0,
+         5,
+         2,
+         {1},
          [](Connection c) {
              std::uint64_t counters[ClientProtocol::kFsStatsCount];
              return ClientProtocol::getFsStats(c, counters);
@@ -188,11 +246,10 @@ protected:
     {
         for (const LoggedLine &line : log.lines()) {
             EXPECT_EQ(1, line.level);
-            const bool isKnown = line.text == kReceiveFailed || line.text == kSendFailed ||
-                                 line.text == kNotConnected || line.text == kConnectFailed ||
-                                 line.text.find("ExceptionClassName=") == 0 ||
-                                 (line.text.find("WARNING: ") == 0 &&
-                                  line.text.find(" Decoding failed: ") != std::string::npos);
+            const bool isKnown =
+                line.text == kReceiveFailed || line.text == kSendFailed || line.text == kNotConnected ||
+                line.text == kConnectFailed || line.text.find("ExceptionClassName=") == 0 ||
+                (line.text.find("WARNING: ") == 0 && line.text.find(" Decoding failed: ") != std::string::npos);
             EXPECT_TRUE(isKnown) << line.text;
         }
     }
@@ -311,9 +368,9 @@ TEST_P(Torture, AResetAtEachByteOfTheRequestFailsTheStepThatIsUnderWay)
         const std::vector<std::string> receiveFailed = {kReceiveFailed};
         const std::vector<std::string> sendFailed = {kSendFailed};
         const std::vector<std::string> bothFailed = {kSendFailed, kReceiveFailed};
-        const std::vector<std::string> found =
-            isAboutFileInfo() ? std::vector<std::string>{kNotConnected, kReceiveFailed}
-                              : std::vector<std::string>{kNotConnected};
+        const std::vector<std::string> found = isAboutFileInfo()
+                                                   ? std::vector<std::string>{kNotConnected, kReceiveFailed}
+                                                   : std::vector<std::string>{kNotConnected};
         for (std::size_t position = 0; position < request.size(); ++position) {
             nameNode.peer().setReceiveFault(Fault::resetAt(position));
             const std::int32_t result = run(nameNode.port());
@@ -336,9 +393,9 @@ TEST_P(Torture, AResetAtEachByteOfTheRequestFailsTheStepThatIsUnderWay)
 
 TEST_P(Torture, EachSystemCallMayFail)
 {
-    for (SystemCall kind : {SystemCall::Resolve, SystemCall::Socket, SystemCall::Connect, SystemCall::SetOption,
-                            SystemCall::GetOption, SystemCall::Send, SystemCall::Receive, SystemCall::Allocate,
-                            SystemCall::Duplicate}) {
+    for (SystemCall kind :
+         {SystemCall::Resolve, SystemCall::Socket, SystemCall::Connect, SystemCall::SetOption, SystemCall::GetOption,
+          SystemCall::Send, SystemCall::Receive, SystemCall::Allocate, SystemCall::Duplicate}) {
         OpenDescriptors descriptors;
         int forgotten = 0;
         int failures = 0;

@@ -129,8 +129,8 @@ TEST_F(ClientProtocolTest, AListingOfThirtyFiveHundredEntriesIsComplete)
         const std::string after = call.as<oracle::GetListingRequestProto>().startafter();
         const auto begin = std::upper_bound(all.begin(), all.end(), after);
         const auto end = begin + std::min<std::ptrdiff_t>(1000, all.end() - begin);
-        peer.send(ScriptedNameNode::frame(call, listingPage(std::vector<std::string>(begin, end),
-                                                            static_cast<std::uint32_t>(all.end() - end))));
+        peer.send(ScriptedNameNode::frame(
+            call, listingPage(std::vector<std::string>(begin, end), static_cast<std::uint32_t>(all.end() - end))));
     });
     ASSERT_TRUE(getListing("/d"));
     EXPECT_EQ(all, names(records));
@@ -587,10 +587,10 @@ TEST_F(ClientProtocolTest, FreeListingDoesNothingForNull)
 
 struct Operation {
     const char *method;
-    std::size_t limit;       ///< most bytes of its request, 0: it has no text to fill it with
-    const char *warning;     ///< what a response that does not decode is logged as; null: it is not decoded
+    std::size_t limit;   ///< most bytes of its request, 0: it has no text to fill it with
+    const char *warning; ///< what a response that does not decode is logged as; null: it is not decoded
     bool answerHasAResult;
-    bool onlyZeroAndOne;     ///< rename
+    bool onlyZeroAndOne; ///< rename
     std::function<std::int32_t(NameNodeConnection *, const QByteArray &)> call;
 };
 

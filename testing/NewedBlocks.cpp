@@ -68,7 +68,8 @@ std::vector<void *> NewedBlocks::left(std::size_t size) const
     return std::vector<void *>(found, found + count);
 }
 
-// operator new(size_t), operator delete(void *) and operator delete(void *, size_t), by their names in the object files.
+// operator new(size_t), operator delete(void *) and operator delete(void *, size_t), by their names in the object
+// files.
 extern "C" {
 
 void *__real__Znwm(std::size_t size);

@@ -32,7 +32,7 @@ struct NameNodeCall {
     std::string method;
     std::int32_t callId;
     std::string clientId;
-    std::string request; ///< the request message, encoded
+    std::string request;   ///< the request message, encoded
     std::size_t frameSize; ///< bytes of the whole frame with its length
 
     /// The request as a message; the test fails when it is not one.
@@ -89,8 +89,8 @@ public:
     static std::string frame(const NameNodeCall &call, const google::protobuf::Message &message);
     static std::string frame(const hadoop::oracle::RpcResponseHeaderProto &header, const std::string &afterHeader);
     static hadoop::oracle::RpcResponseHeaderProto successHeader(const NameNodeCall &call);
-    static hadoop::oracle::RpcResponseHeaderProto exceptionHeader(const NameNodeCall &call, const std::string &className,
-                                                                  const std::string &message);
+    static hadoop::oracle::RpcResponseHeaderProto
+    exceptionHeader(const NameNodeCall &call, const std::string &className, const std::string &message);
 
 private:
     void serve(ScriptedConnection &connection);

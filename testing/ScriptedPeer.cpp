@@ -70,8 +70,8 @@ void signalEvent(int eventDescriptor)
 } // namespace
 
 ScriptedConnection::ScriptedConnection(ScriptedPeer *peer, int descriptor, std::size_t index)
-    : m_peer(peer), m_descriptor(descriptor), m_index(index), m_sendFault(Fault::none()),
-      m_receiveFault(Fault::none()), m_fragment(0), m_over(false)
+    : m_peer(peer), m_descriptor(descriptor), m_index(index), m_sendFault(Fault::none()), m_receiveFault(Fault::none()),
+      m_fragment(0), m_over(false)
 {
 }
 

@@ -2,9 +2,9 @@
 // and can break off, reset, stall, fragment or lie at any byte of what it sends.
 //
 // A test constructs the peer, gives it scripts and faults, lets the product connect to `address()` and `port()`, and
-// looks at `received()` afterwards. Scripts run on threads of the peer's own, one for each connection. Whatever happens,
-// the destructor ends them and closes every descriptor; a peer that waits longer than kPeerPatience for its client
-// fails the test and resets the connection, so that neither side hangs.
+// looks at `received()` afterwards. Scripts run on threads of the peer's own, one for each connection. Whatever
+// happens, the destructor ends them and closes every descriptor; a peer that waits longer than kPeerPatience for its
+// client fails the test and resets the connection, so that neither side hangs.
 #ifndef TESTING_SCRIPTEDPEER_H
 #define TESTING_SCRIPTEDPEER_H
 
@@ -70,7 +70,8 @@ public:
 
     void send(const std::string &bytes);
 
-    /// Ends this direction in an orderly way and records what still arrives until the client closes. Then ends the script.
+    /// Ends this direction in an orderly way and records what still arrives until the client closes. Then ends the
+    /// script.
     [[noreturn]] void close();
     /// Closes the descriptor at once; what the client sends from now on is answered with a reset. Then ends the script.
     [[noreturn]] void closeAtOnce();
