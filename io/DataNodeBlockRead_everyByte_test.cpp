@@ -12,7 +12,9 @@
 #include <algorithm>
 #include <atomic>
 #include <cerrno>
+#include <chrono>
 #include <limits>
+#include <thread>
 
 using namespace hadoop::oracle;
 
@@ -138,6 +140,26 @@ TEST_F(EveryByte, EndOfACrumblingConnectionAtAnyByteIsGotOver)
         faultOnce(Fault::closeAt(byte));
         expectRight("close at byte " + std::to_string(byte));
     }
+}
+
+TEST_F(EveryByte, DataNodeThatStallsAtAnyByteIsWaitedFor)
+{
+    std::atomic<bool> over(false);
+    std::thread resuming([this, &over] {
+        while (!over) {
+            std::this_thread::sleep_for(std::chrono::microseconds(500));
+            file.dataNode().peer().resume();
+        }
+    });
+    const std::size_t before = file.connectionCount();
+    for (std::size_t byte = 0; byte < wholeSize; ++byte) {
+        faultOnce(Fault::stallAt(byte));
+        expectRight("stall at byte " + std::to_string(byte));
+    }
+    EXPECT_EQ(before + wholeSize, file.connectionCount()) << "no attempt is lost";
+    over = true;
+    resuming.join();
+    file.dataNode().peer().resume();
 }
 
 TEST_F(EveryByte, DataNodeThatStopsListeningAtAnyByteIsGotOver)

@@ -209,6 +209,13 @@ TEST_F(ClientProtocolTest, APageThatLeadsNowhereEndsAListing)
     ASSERT_TRUE(getListing("/d"));
     EXPECT_EQ(2, count);
     EXPECT_EQ(3u, nameNode.calls().size());
+    // Behind a name that is empty it would start all over.
+    nameNode.forget("getListing");
+    answerWithPage({"a"}, 2);
+    answerWithPage({"b", ""}, 1);
+    ASSERT_TRUE(getListing("/d"));
+    EXPECT_EQ(3, count);
+    EXPECT_EQ(5u, nameNode.calls().size());
 }
 
 TEST_F(ClientProtocolTest, AListingThatFailsOnALaterPageDropsWhatCameBefore)

@@ -260,7 +260,7 @@ TEST_F(NameNodeResponse, AHugeFrameThatNeverComesTakesNoMemory)
                   one.connect("127.0.0.1", static_cast<std::uint32_t>(other.port()), "tester", 0, false, false, 0, 0));
         const MemoryWatch memory;
         EXPECT_EQ(5, ClientProtocol::delete_(&one, "/x", false));
-        EXPECT_LT(memory.largestGrowth(), std::size_t(16) << 20) << length;
+        EXPECT_LT(memory.largestGrowth(), std::size_t(64) << 20) << length; // with the stacks of the peer's threads
         EXPECT_LT(one.responseBuffer.capacity(), 1 << 20);
         EXPECT_TRUE(log.takes({kReceiveFailed}));
     }

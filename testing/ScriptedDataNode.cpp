@@ -306,48 +306,15 @@ ReadRequest ScriptedDataNode::receiveRequest(ScriptedConnection &connection, con
 
 std::string ScriptedDataNode::answer(ScriptedConnection &connection, const Serving &serving, const ReadRequest &request)
 {
-    std::string bytes;
-    bool isKnown = false;
-    {
-        std::lock_guard<std::mutex> lock(m_mutex);
-        const std::map<std::uint64_t, ScriptedBlock>::const_iterator block = m_blocks.find(request.blockId);
-        isKnown = block != m_blocks.end();
-        if (isKnown)
-            bytes = block->second.bytes;
-    }
-    WireRead read = {};
-    const bool isInside = request.offset <= bytes.size() && request.length <= bytes.size() - request.offset;
-    if (isKnown && isInside)
-        read = wireRead(serving, request, bytes);
-    else
-        read.answer = errorAnswer(isKnown ? "offset and length don't match the block" : "no such replica");
+    WireRead read = replyTo(serving, request);
+    const bool isRefused = read.packets.empty();
     if (serving.alter)
         serving.alter(request, &read);
-    else if (!isKnown || !isInside) {
-        connection.send(read.answer);
-        connection.close();
-    }
-
     Progress progress = {0, 0, false, std::chrono::steady_clock::now()};
     connection.send(read.answer);
-    for (const std::string &packet : read.packets) {
-        const bool isLastData = progress.packetsSent + 1 == read.dataPackets;
-        if (isLastData && serving.listensBetweenPackets > 0 && !packet.empty()) {
-            connection.send(packet.substr(0, packet.size() - 1));
-            listen(connection, serving, &progress);
-            connection.send(packet.substr(packet.size() - 1));
-        } else {
-            connection.send(packet);
-        }
-        progress.sentAt = std::chrono::steady_clock::now();
-        progress.allDataSent = progress.allDataSent || isLastData;
-        ++progress.packetsSent;
-        if (serving.worksInLockStep && progress.packetsSent <= read.dataPackets)
-            receiveStatus(connection, connection.receive(1), &progress);
-        if (progress.packetsSent < read.packets.size())
-            listen(connection, serving, &progress);
-    }
-    if (serving.closesBehindRange)
+    for (const std::string &packet : read.packets)
+        sendPacket(connection, serving, packet, read, &progress);
+    if (serving.closesBehindRange || (isRefused && !serving.alter))
         connection.close();
     for (;;) {
         const std::string first = connection.receive(1);
@@ -355,6 +322,43 @@ std::string ScriptedDataNode::answer(ScriptedConnection &connection, const Servi
             return first;
         receiveStatus(connection, first, &progress);
     }
+}
+
+WireRead ScriptedDataNode::replyTo(const Serving &serving, const ReadRequest &request) const
+{
+    std::lock_guard<std::mutex> lock(m_mutex);
+    const std::map<std::uint64_t, ScriptedBlock>::const_iterator block = m_blocks.find(request.blockId);
+    WireRead refusal = {};
+    if (block == m_blocks.end()) {
+        refusal.answer = errorAnswer("no such replica");
+        return refusal;
+    }
+    const std::string &bytes = block->second.bytes;
+    if (request.length == 0 || request.offset > bytes.size() || request.length > bytes.size() - request.offset) {
+        refusal.answer = errorAnswer("offset and length don't match the block");
+        return refusal;
+    }
+    return wireRead(serving, request, bytes);
+}
+
+void ScriptedDataNode::sendPacket(ScriptedConnection &connection, const Serving &serving, const std::string &packet,
+                                  const WireRead &read, Progress *progress)
+{
+    const bool isLastData = progress->packetsSent + 1 == read.dataPackets;
+    if (isLastData && serving.listensBetweenPackets > 0 && !packet.empty()) {
+        connection.send(packet.substr(0, packet.size() - 1));
+        listen(connection, serving, progress);
+        connection.send(packet.substr(packet.size() - 1));
+    } else {
+        connection.send(packet);
+    }
+    progress->sentAt = std::chrono::steady_clock::now();
+    progress->allDataSent = progress->allDataSent || isLastData;
+    ++progress->packetsSent;
+    if (serving.worksInLockStep && progress->packetsSent <= read.dataPackets)
+        receiveStatus(connection, connection.receive(1), progress);
+    if (progress->packetsSent < read.packets.size())
+        listen(connection, serving, progress);
 }
 
 void ScriptedDataNode::listen(ScriptedConnection &connection, const Serving &serving, Progress *progress)

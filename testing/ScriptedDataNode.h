@@ -89,7 +89,7 @@ public:
         /// Listens so many milliseconds for statuses behind each packet, and before the last byte of data; waits for
         /// the first status without that limit.
         int listensBetweenPackets;
-        /// After the status of a read takes the next request on the same connection; otherwise it closes.
+        /// Takes another request behind the statuses of a read; without it, bytes there fail the test.
         bool keepsConnection;
         /// Ends its direction behind the range, as one does whose next packet the client waits for in vain.
         bool closesBehindRange;
@@ -101,15 +101,16 @@ public:
 
     void addBlock(const ScriptedBlock &block);
 
-    /// How connections accepted from now on are served.
+    /// How requests are served from now on.
     void serve(const Serving &serving);
     Serving serving() const;
 
-    /// What the next connections get instead, one for each in order: closed right after the connect, reset right after
-    /// it, closed after the request was read, closed in the middle of the request.
+    /// How a connection is ended instead of served, right behind the connect or behind the request; all but the resets
+    /// orderly.
     enum Conduct { Serves, ClosesAtOnce, ResetsAtOnce, ClosesAfterRequest, ResetsAfterRequest };
+    /// For the next connections, one for each in this order.
     void nextConnections(const std::vector<Conduct> &conducts);
-    /// What all connections get that come after those.
+    /// For all that come after those.
     void allConnections(Conduct conduct);
 
     ScriptedPeer &peer() { return m_peer; }
@@ -137,6 +138,10 @@ private:
     ReadRequest receiveRequest(ScriptedConnection &connection, const std::string &first);
     /// Sends what was asked for and takes the statuses. Returns the first byte of what follows them.
     std::string answer(ScriptedConnection &connection, const Serving &serving, const ReadRequest &request);
+    /// An answer with packets, or a refusal without any.
+    WireRead replyTo(const Serving &serving, const ReadRequest &request) const;
+    void sendPacket(ScriptedConnection &connection, const Serving &serving, const std::string &packet,
+                    const WireRead &read, Progress *progress);
     void listen(ScriptedConnection &connection, const Serving &serving, Progress *progress);
     void receiveStatus(ScriptedConnection &connection, const std::string &first, Progress *progress);
 

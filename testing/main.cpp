@@ -8,6 +8,7 @@
 #include <csignal>
 #include <cstdlib>
 #include <cstring>
+#include <malloc.h>
 #include <unistd.h>
 
 namespace {
@@ -41,6 +42,8 @@ class Watchdog : public ::testing::EmptyTestEventListener
 
 int main(int argc, char **argv)
 {
+    // One heap for all threads: a scripted peer's own would look like memory that the product took.
+    ::mallopt(M_ARENA_MAX, 1);
     ::testing::InitGoogleTest(&argc, argv);
     QCoreApplication application(argc, argv);
     QTemporaryDir configuration;
