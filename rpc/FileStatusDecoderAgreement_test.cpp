@@ -137,7 +137,9 @@ TEST(FileStatusDecoderAgreement, DamagedMessagesGiveTheSameRecordEitherWay)
         const std::string expected = decodedByFieldList(message);
         const std::string record = decodedToRecord(message);
         if (expected != record) {
-            ASSERT_TRUE(expected.empty() && hasDroppedField(message)) << "round " << round << ": \"" << expected << "\" but \"" << record << "\"\n" << testing::PrintToString(std::vector<int>(message.begin(), message.end()));
+            ASSERT_TRUE(expected.empty() && hasDroppedField(message))
+                << "round " << round << ": \"" << expected << "\" but \"" << record << "\"\n"
+                << testing::PrintToString(std::vector<int>(message.begin(), message.end()));
         }
         ++(record.empty() ? refused : taken);
     }
