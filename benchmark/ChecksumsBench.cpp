@@ -43,6 +43,20 @@ void severalAtOnce(benchmark::State &state)
     state.SetBytesProcessed(static_cast<std::int64_t>(state.iterations()) * kLength);
 }
 
+/// One checksum over all: every step waits for the one before it, which is what a processor cannot overlap.
+void oneOverAll(benchmark::State &state)
+{
+    const std::vector<unsigned char> data(kLength, 0x5A);
+    for (auto _ : state) {
+        Crc32cState crc;
+        crc.update(data.data(), static_cast<std::int32_t>(kLength));
+        benchmark::DoNotOptimize(crc.value());
+        benchmark::ClobberMemory();
+    }
+    state.SetBytesProcessed(static_cast<std::int64_t>(state.iterations()) * kLength);
+}
+
+BENCHMARK(oneOverAll);
 BENCHMARK(oneAfterTheOther)->Arg(512)->Arg(1024);
 BENCHMARK(severalAtOnce)->Arg(512)->Arg(1024);
 
