@@ -4,7 +4,6 @@
 #ifndef PLATFORM_SETTINGS_H
 #define PLATFORM_SETTINGS_H
 
-#include <QtCore/QByteArray>
 #include <QtCore/QSettings>
 #include <QtCore/QString>
 
@@ -19,24 +18,6 @@ std::unique_ptr<QSettings> openConnectionSettings();
 /// A value as the text that stands in the store; `defaultValue` when it is missing. Unlike
 /// QVariant::toString also for a hand-written value with commas, which INI files take for a list.
 QString settingText(const QSettings &settings, const QString &name, const QString &defaultValue = QString());
-
-/// A private, empty store that openConnectionSettings opens in this process instead of the user's own, from `open`
-/// until the object is destroyed; then it is gone.
-class TemporarySettingsStore
-{
-public:
-    TemporarySettingsStore();
-    ~TemporarySettingsStore();
-    TemporarySettingsStore(const TemporarySettingsStore &) = delete;
-    TemporarySettingsStore &operator=(const TemporarySettingsStore &) = delete;
-
-    /// False when there is no place for it.
-    bool open();
-
-private:
-    QByteArray m_place;
-    QByteArray m_placeBefore;
-};
 
 } // namespace platform
 

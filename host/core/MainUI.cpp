@@ -1,6 +1,7 @@
 #include "host/core/MainUI.h"
 
-#include "host/core/LogTap.h"
+#include "host/core/CapturedLog.h"
+#include "host/core/InnermostCapture.h"
 
 #include <QtCore/QByteArray>
 
@@ -8,50 +9,45 @@
 
 namespace {
 
-LogTap logTap = nullptr;
+const int kFontHeight = 12; // pixels; there is no font to ask without a user interface
 
-/// Writes one entry and ends its line once.
-void writeEntry(std::FILE *stream, const QString &text)
-{
-    QByteArray line = text.toLocal8Bit();
-    if (!line.endsWith('\n'))
-        line.append('\n');
-    std::fwrite(line.constData(), 1, static_cast<std::size_t>(line.size()), stream);
-    std::fflush(stream);
-}
-
-/// False when there is no log file or it cannot be written.
-bool writeToLogFile(const QString &text)
+/// False when there is no such file or it does not take the whole entry.
+bool appendToLogFile(const QByteArray &entry)
 {
     const QByteArray name = qgetenv("MARROWBY_LOG");
     if (name.isEmpty())
         return false;
-    std::FILE *file = std::fopen(name.constData(), "a");
+    // Opened for each entry: nothing is lost when the process dies, and several processes may share the file.
+    std::FILE *const file = std::fopen(name.constData(), "a");
     if (!file)
         return false;
-    writeEntry(file, text);
-    std::fclose(file);
-    return true;
+    const std::size_t size = static_cast<std::size_t>(entry.size());
+    const bool written = std::fwrite(entry.constData(), 1, size, file) == size;
+    return std::fclose(file) == 0 && written;
+}
+
+void writeToStandardError(const QByteArray &entry)
+{
+    std::fwrite(entry.constData(), 1, static_cast<std::size_t>(entry.size()), stderr);
+    std::fflush(stderr);
 }
 
 } // namespace
 
-void MainUI::addLog(LogLevel level, QString text)
+void MainUI::addLog(LogLevel, QString text)
 {
-    const bool isLogged = writeToLogFile(text);
-    const bool isTaken = logTap && logTap(level, text);
-    if (!isLogged && !isTaken)
-        writeEntry(stderr, text);
+    if (text.endsWith(QLatin1Char('\n')))
+        text.chop(1);
+    const QByteArray entry = text.toUtf8() + '\n';
+    const bool inFile = appendToLogFile(entry);
+    if (innermostCapture)
+        innermostCapture->m_entries.append(text);
+    const bool collected = innermostCapture && innermostCapture->m_echo == CapturedLog::Quiet;
+    if (!inFile && !collected)
+        writeToStandardError(entry);
 }
 
 int MainUI::pixelSize()
 {
-    return 12;
-}
-
-LogTap setLogTap(LogTap tap)
-{
-    LogTap before = logTap;
-    logTap = tap;
-    return before;
+    return kFontHeight;
 }

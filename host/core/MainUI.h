@@ -12,11 +12,7 @@
 #endif
 
 /// How loud a log line is. Plug-ins pass 1.
-enum LogLevel {
-    LogLevelError = 0,
-    LogLevelWarning = 1,
-    LogLevelInfo = 2
-};
+enum LogLevel { LogLevelError = 0, LogLevelWarning = 1, LogLevelInfo = 2 };
 
 class MARROWBYCORE_EXPORT MainUI
 {

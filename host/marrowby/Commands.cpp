@@ -1,56 +1,245 @@
 #include "host/marrowby/Commands.h"
 
-#include "host/marrowby/Failure.h"
-#include "host/marrowby/Interrupt.h"
+#include "host/marrowby/Attributes.h"
+#include "host/marrowby/Get.h"
+#include "host/marrowby/Listing.h"
+#include "host/marrowby/Namespace.h"
+#include "host/marrowby/Status.h"
+#include "host/marrowby/Transfer.h"
 
-#include <algorithm>
-#include <cstdio>
+namespace {
 
-int attempt(const char *name, const std::function<void()> &work)
+const int kAnyNumber = -1;
+
+CommandDescription list()
 {
-    try {
-        throwIfInterrupted();
-        work();
-        return kExitDone;
-    } catch (const Failure &failure) {
-        std::fflush(stdout);
-        std::fprintf(stderr, "%s: %s\n", name, failure.what());
-        return kExitFailed;
-    }
+    return {"ls",
+            "[-C] [-d] [-h] [-q] [-R] [-t] [-S] [-r] [-u] [PATH]...",
+            "lists directories and files",
+            "Lists what is in each directory and each file itself; without PATH the home directory. A line holds the "
+            "permissions, the replication of a file, owner, group, size in bytes, time of the last modification and path. With -R the paths always "
+            "come in the order of their names.",
+            {{"-C", "only paths", ""},
+             {"-d", "directories themselves, not what is in them", ""},
+             {"-h", "sizes for people, as 2.4 M", ""},
+             {"-q", "? in place of characters that cannot be printed", ""},
+             {"-R", "all that is below the directories, too", ""},
+             {"-t", "sorted by time, the latest first", ""},
+             {"-S", "sorted by size, the largest first", ""},
+             {"-r", "sorted the other way round", ""},
+             {"-u", "the time of the last access in place of that of the modification", ""}},
+            0,
+            kAnyNumber,
+            nullptr,
+            listFiles};
 }
 
-int forEachPath(Session &session, const char *name, const Arguments &paths,
-                const std::function<void(const PathArgument &)> &work)
+CommandDescription stat()
 {
-    int status = kExitDone;
-    for (const std::string &given : paths) {
-        std::vector<PathArgument> arguments;
-        status |= attempt(name, [&] { arguments = lookUp(session, given); });
-        for (const PathArgument &argument : arguments) {
-            status |= attempt(name, [&] {
-                if (!argument.exists)
-                    throw pathFailure(argument.shown, kNotFound);
-                work(argument);
-            });
-        }
-    }
-    return status;
+    return {"stat",
+            "[FORMAT] PATH...",
+            "prints what is known about a path",
+            "Prints FORMAT for each path; an argument with % in it is taken for the format. Without one: %y.\n"
+            "  %a mode in octal    %A mode as rwxr-xr-x    %b size in bytes    %F kind    %g group    %n name\n"
+            "  %o block size    %r replication    %u owner    %x, %y time of access, of modification (UTC)\n"
+            "  %X, %Y the same in milliseconds since 1970-01-01 UTC    %% a percent sign",
+            {},
+            1,
+            kAnyNumber,
+            nullptr,
+            printStatus};
 }
 
-void forWholeTree(Session &session, const PathArgument &argument, const std::function<void(const PathArgument &)> &work)
+CommandDescription test()
 {
-    throwIfInterrupted();
-    work(argument);
-    if (!argument.entry.isDirectory)
-        return;
-    std::vector<Entry> entries = session.list(argument.path);
-    std::sort(entries.begin(), entries.end(), isListedBefore);
-    for (const Entry &entry : entries) {
-        PathArgument child;
-        child.shown = childPath(argument.shown, entry.name);
-        child.path = childPath(argument.path, entry.name);
-        child.exists = true;
-        child.entry = entry;
-        forWholeTree(session, child, work);
-    }
+    return {"test",
+            "-d|-e|-f|-r|-s|-z PATH",
+            "tells by its exit status what a path is",
+            "Ends with 0 when it is true, else with 1.",
+            {{"-d", "is it a directory?", ""},
+             {"-e", "does it exist?", ""},
+             {"-f", "is it a file?", ""},
+             {"-r", "does it exist and may it be read?", ""},
+             {"-s", "has it any bytes?", ""},
+             {"-z", "is it of zero length?", ""}},
+            1,
+            1,
+            nullptr,
+            testPath};
+}
+
+CommandDescription mkdir()
+{
+    return {"mkdir",
+            "[-p] PATH...",
+            "makes directories",
+            "Makes each directory, with permissions rwxr-xr-x.",
+            {{"-p", "with the directories above it; no error when it exists", ""}},
+            1,
+            kAnyNumber,
+            nullptr,
+            makeDirectories};
+}
+
+CommandDescription rm()
+{
+    return {"rm",
+            "[-f] [-r|-R] [-skipTrash] PATH...",
+            "deletes files and directories",
+            "Deletes each path for good: there is no trash.",
+            {{"-f", "no error when a path does not exist", ""},
+             {"-r", "directories, too, with all that is in them", ""},
+             {"-R", "the same as -r", ""},
+             {"-skipTrash", "changes nothing; known from hdfs dfs", ""}},
+            1,
+            kAnyNumber,
+            nullptr,
+            removePaths};
+}
+
+CommandDescription mv()
+{
+    return {"mv",
+            "SOURCE... DESTINATION",
+            "renames and moves files and directories",
+            "Moves each source into DESTINATION when that is a directory; otherwise gives the only source that name. "
+            "Nothing is overwritten.",
+            {},
+            2,
+            kAnyNumber,
+            nullptr,
+            movePaths};
+}
+
+CommandDescription setrep()
+{
+    return {"setrep",
+            "[-R] [-w] NUMBER PATH...",
+            "sets the replication of files",
+            "Sets how many replicas each file shall have, of a directory all files below it. The cluster makes or removes "
+            "them later by itself.",
+            {{"-R", "changes nothing; known from hdfs dfs", ""},
+             {"-w", "would wait until the replicas are there: sets the replication, says that it does not wait, and "
+                    "fails", ""}},
+            2,
+            kAnyNumber,
+            nullptr,
+            setReplications};
+}
+
+CommandDescription chmod()
+{
+    return {"chmod",
+            "[-R] MODE[,MODE]...|OCTALMODE PATH...",
+            "changes permissions",
+            "OCTALMODE has three digits, with 1 before them for the sticky bit: 644, 1777. MODE is [ugoa][+-=][rwxXt], as "
+            "u+x, go-w or a+rX; without a class it means everybody. Of several MODEs for the same class the last one "
+            "counts.",
+            {{"-R", "all that is below a directory, too", ""}},
+            2,
+            kAnyNumber,
+            isModeWithDash,
+            changeModes};
+}
+
+CommandDescription chown()
+{
+    return {"chown",
+            "[-R] [OWNER][:[GROUP]] PATH...",
+            "changes owner and group",
+            "Gives each path the owner and the group that are named. Only the cluster's superuser may change an owner.",
+            {{"-R", "all that is below a directory, too", ""}},
+            2,
+            kAnyNumber,
+            nullptr,
+            changeOwners};
+}
+
+CommandDescription cat()
+{
+    return {"cat",
+            "[-ignoreCrc] PATH...",
+            "prints files",
+            "Writes the content of each file to standard output.",
+            {{"-ignoreCrc", "changes nothing; known from hdfs dfs", ""}},
+            1,
+            kAnyNumber,
+            nullptr,
+            printFiles};
+}
+
+CommandDescription head()
+{
+    return {"head",
+            "PATH",
+            "prints the first 1024 bytes of a file",
+            "Writes the first 1024 bytes of the file to standard output.",
+            {},
+            1,
+            1,
+            nullptr,
+            printBeginning};
+}
+
+CommandDescription tail()
+{
+    return {"tail",
+            "PATH",
+            "prints the last 1024 bytes of a file",
+            "Writes the last 1024 bytes of the file to standard output.",
+            {},
+            1,
+            1,
+            nullptr,
+            printEnd};
+}
+
+CommandDescription get()
+{
+    return {"get",
+            "[-f] [-p] [-ignoreCrc] PATH... [TARGET]",
+            "copies files and directories to this machine",
+            "Copies each path into TARGET when that is a directory of this machine; otherwise the only path gets that name. "
+            "Without TARGET: into the working directory. TARGET - is standard output, for files. A file has its name only "
+            "once it is complete; until then it is called NAME._COPYING_.",
+            {{"-f", "overwrite files that are there", ""},
+             {"-p", "keep times and permissions, and owner and group as far as possible", ""},
+             {"-ignoreCrc", "changes nothing; known from hdfs dfs", ""}},
+            1,
+            kAnyNumber,
+            nullptr,
+            getPaths};
+}
+
+CommandDescription configure()
+{
+    return {"configure",
+            "[--namenode HOST:PORT] [--user NAME] [--webhdfs 0|1]",
+            "shows and changes the stored connection settings",
+            "Without an option it shows what is stored. An option changes one value and leaves the others.",
+            {{"--namenode", "the NameNode; the port is 8020 when it is missing", "HOST:PORT"},
+             {"--user", "the user to work as; empty: the environment variable USERNAME, or this login", "NAME"},
+             {"--webhdfs", "1: read files through WebHDFS, 0: from the DataNodes directly", "0|1"}},
+            0,
+            0,
+            nullptr,
+            nullptr};
+}
+
+} // namespace
+
+const std::vector<CommandDescription> &allCommands()
+{
+    static const std::vector<CommandDescription> commands = {list(),   stat(), test(), mkdir(), rm(),
+                                                             mv(),     setrep(), chmod(), chown(), cat(),
+                                                             head(),   tail(), get(),  configure()};
+    return commands;
+}
+
+const CommandDescription *findCommand(const std::string &name)
+{
+    for (const CommandDescription &command : allCommands())
+        if (command.name == name)
+            return &command;
+    return nullptr;
 }

@@ -1,153 +1,225 @@
 #include "host/marrowby/Glob.h"
 
-#include <cstddef>
+#include "host/marrowby/Errors.h"
+
+#include <QtCore/QString>
 
 namespace {
 
-/// Length of the UTF-8 character that starts at `text[at]`.
-std::size_t characterSize(const std::string &text, std::size_t at)
+QVector<uint> characters(const QByteArray &utf8)
 {
-    std::size_t size = 1;
-    while (at + size < text.size() && (static_cast<unsigned char>(text[at + size]) & 0xC0) == 0x80)
-        ++size;
-    return size;
+    return QString::fromUtf8(utf8).toUcs4();
 }
 
-/// Position behind the "]" that ends the class starting at `pattern[at]` == '['; npos when nothing ends it.
-std::size_t classEnd(const std::string &pattern, std::size_t at)
+QByteArray refusal(const char *why, const QByteArray &pattern)
 {
-    for (std::size_t i = at + 1; i < pattern.size(); ++i) {
-        if (pattern[i] == '\\')
-            ++i;
-        else if (pattern[i] == ']' && i > at + 1)
-            return i + 1;
-    }
-    return std::string::npos;
+    return QByteArray("Illegal file pattern: error parsing regexp: ") + why + ": `" + pattern + '`';
 }
 
-bool classHolds(const std::string &members, const std::string &character)
+QByteArray refusalAtEnd(const char *why, const QByteArray &pattern)
 {
-    std::size_t at = 0;
-    const bool isNegated = !members.empty() && (members[0] == '^' || members[0] == '!');
-    if (isNegated)
-        ++at;
-    bool holds = false;
-    while (at < members.size()) {
-        if (members[at] == '\\' && at + 1 < members.size())
+    const QByteArray where = QByteArray(why) + " at pos " + QByteArray::number(characters(pattern).size());
+    return refusal(where.constData(), pattern);
+}
+
+/// The index behind the group that opens at `open`; its top-level alternatives go to `*alternatives` as they stand.
+/// -1 when the group is not closed.
+int readGroup(const QByteArray &text, int open, QList<QByteArray> *alternatives)
+{
+    int depth = 0;
+    int start = open + 1;
+    for (int at = open; at < text.size(); ++at) {
+        const char c = text.at(at);
+        if (c == '\\') {
             ++at;
-        std::size_t size = characterSize(members, at);
-        const std::string first = members.substr(at, size);
-        at += size;
-        std::string last = first;
-        if (at + 1 < members.size() && members[at] == '-') {
-            size = characterSize(members, at + 1);
-            last = members.substr(at + 1, size);
-            at += 1 + size;
+        } else if (c == '{') {
+            ++depth;
+        } else if (c == ',' && depth == 1) {
+            alternatives->append(text.mid(start, at - start));
+            start = at + 1;
+        } else if (c == '}' && --depth == 0) {
+            alternatives->append(text.mid(start, at - start));
+            return at + 1;
         }
-        // UTF-8 keeps the order of the characters.
-        holds = holds || (first <= character && character <= last);
     }
-    return holds != isNegated;
+    return -1;
 }
 
-bool matchFrom(const std::string &pattern, std::size_t p, const std::string &name, std::size_t n)
+/// The index of the first brace that opens a group at or behind `from`; -1 when there is none.
+int findGroup(const QByteArray &text, int from)
 {
-    while (p < pattern.size()) {
-        const char c = pattern[p];
-        if (c == '*') {
-            while (p < pattern.size() && pattern[p] == '*')
-                ++p;
-            if (p == pattern.size())
-                return true;
-            for (; n <= name.size(); ++n) {
-                if (matchFrom(pattern, p, name, n))
-                    return true;
-            }
-            return false;
-        }
-        if (n >= name.size())
-            return false;
-        const std::size_t size = characterSize(name, n);
-        const std::size_t end = c == '[' ? classEnd(pattern, p) : std::string::npos;
-        if (c == '?') {
-            ++p;
-            n += size;
-        } else if (end != std::string::npos) {
-            if (!classHolds(pattern.substr(p + 1, end - p - 2), name.substr(n, size)))
-                return false;
-            p = end;
-            n += size;
-        } else {
-            if (c == '\\' && p + 1 < pattern.size())
-                ++p;
-            if (pattern[p] != name[n])
-                return false;
-            ++p;
-            ++n;
-        }
+    for (int at = from; at < text.size(); ++at) {
+        if (text.at(at) == '\\')
+            ++at;
+        else if (text.at(at) == '{')
+            return at;
     }
-    return n == name.size();
+    return -1;
+}
+
+/// The texts that a pattern with groups stands for. Every group is replaced, or only those that hold a "/".
+QList<QByteArray> expanded(const QByteArray &text, bool onlyWithSlash)
+{
+    for (int open = findGroup(text, 0); open >= 0;) {
+        QList<QByteArray> alternatives;
+        const int end = readGroup(text, open, &alternatives);
+        if (end < 0)
+            throw Failure(refusalAtEnd("Unclosed group", text.mid(text.lastIndexOf('/') + 1)));
+        if (onlyWithSlash && !text.mid(open, end - open).contains('/')) {
+            open = findGroup(text, end);
+            continue;
+        }
+        QList<QByteArray> result;
+        foreach (const QByteArray &alternative, alternatives)
+            result += expanded(text.left(open) + alternative + text.mid(end), onlyWithSlash);
+        return result;
+    }
+    return QList<QByteArray>() << text;
+}
+
+void checkLastEscape(const QByteArray &text)
+{
+    int backslashes = 0;
+    while (backslashes < text.size() && text.at(text.size() - 1 - backslashes) == '\\')
+        ++backslashes;
+    if (backslashes % 2)
+        throw Failure("Illegal file pattern: An escaped character does not present for glob " + text + " at " +
+                      QByteArray::number(characters(text).size()));
 }
 
 } // namespace
 
-bool hasPattern(const std::string &text)
+bool Glob::hasWildcard(const QByteArray &text)
 {
-    for (std::size_t i = 0; i < text.size(); ++i) {
-        if (text[i] == '\\')
-            ++i;
-        else if (text[i] == '*' || text[i] == '?' || text[i] == '[' || text[i] == '{')
+    for (int at = 0; at < text.size(); ++at) {
+        const char c = text.at(at);
+        if (c == '\\')
+            ++at;
+        else if (c == '*' || c == '?' || c == '[' || c == '{')
             return true;
     }
     return false;
 }
 
-std::string unescaped(const std::string &text)
+QByteArray Glob::withoutEscapes(const QByteArray &text)
 {
-    std::string plain;
-    for (std::size_t i = 0; i < text.size(); ++i) {
-        if (text[i] == '\\' && i + 1 < text.size())
-            ++i;
-        plain += text[i];
+    QByteArray plain;
+    for (int at = 0; at < text.size(); ++at) {
+        if (text.at(at) == '\\' && at + 1 < text.size())
+            ++at;
+        plain += text.at(at);
     }
     return plain;
 }
 
-bool matchesPattern(const std::string &pattern, const std::string &name)
+QList<QByteArray> Glob::withoutSlashesInBraces(const QByteArray &path)
 {
-    return matchFrom(pattern, 0, name, 0);
+    checkLastEscape(path);
+    return expanded(path, true);
 }
 
-std::vector<std::string> expandBraces(const std::string &pattern)
+QList<QByteArray> Glob::names(const QByteArray &path)
 {
-    std::size_t open = std::string::npos;
-    int depth = 0;
-    std::vector<std::string> alternatives;
-    std::size_t start = 0;
-    for (std::size_t i = 0; i < pattern.size(); ++i) {
-        const char c = pattern[i];
-        if (c == '\\') {
-            ++i;
-        } else if (c == '{') {
-            if (depth++ == 0) {
-                open = i;
-                start = i + 1;
+    QList<QByteArray> result;
+    foreach (const QByteArray &name, path.split('/'))
+        if (!name.isEmpty())
+            result.append(name);
+    return result;
+}
+
+Glob::Glob(const QByteArray &pattern)
+{
+    checkLastEscape(pattern);
+    foreach (const QByteArray &alternative, expanded(pattern, false))
+        m_alternatives.append(compiled(characters(alternative), pattern));
+}
+
+Glob::Places Glob::compiled(const QVector<uint> &text, const QByteArray &pattern)
+{
+    Places places;
+    for (int at = 0; at < text.size(); ++at) {
+        Place place = Place();
+        place.kind = Place::Character;
+        place.character = text.at(at);
+        if (text.at(at) == '\\' && at + 1 < text.size()) {
+            place.character = text.at(++at);
+        } else if (text.at(at) == '?') {
+            place.kind = Place::AnyCharacter;
+        } else if (text.at(at) == '*') {
+            place.kind = Place::Star;
+        } else if (text.at(at) == '[') {
+            place.kind = Place::Class;
+            ++at;
+            if (at < text.size() && (text.at(at) == '^' || text.at(at) == '!')) {
+                place.negated = true;
+                ++at;
             }
-        } else if (depth > 0 && (c == ',' || c == '}')) {
-            if (depth == 1) {
-                alternatives.push_back(pattern.substr(start, i - start));
-                start = i + 1;
-            }
-            if (c == '}' && --depth == 0) {
-                std::vector<std::string> expanded;
-                for (const std::string &alternative : alternatives) {
-                    const std::string one = pattern.substr(0, open) + alternative + pattern.substr(i + 1);
-                    for (const std::string &each : expandBraces(one))
-                        expanded.push_back(each);
+            if (at < text.size() && text.at(at) == ']')
+                throw Failure(refusal("missing closing ]", pattern));
+            for (; at < text.size() && text.at(at) != ']'; ++at) {
+                if (text.at(at) == '\\' && at + 1 < text.size())
+                    ++at;
+                const uint first = text.at(at);
+                uint last = first;
+                if (at + 2 < text.size() && text.at(at + 1) == '-' && text.at(at + 2) != ']') {
+                    at += 2;
+                    if (text.at(at) == '\\' && at + 1 < text.size())
+                        ++at;
+                    last = text.at(at);
                 }
-                return expanded;
+                place.ranges << first << last;
             }
+            if (at >= text.size())
+                throw Failure(refusalAtEnd("Unclosed character class", pattern));
+        }
+        places.append(place);
+    }
+    return places;
+}
+
+bool Glob::fits(const Place &place, uint character)
+{
+    if (place.kind == Place::AnyCharacter)
+        return true;
+    if (place.kind == Place::Character)
+        return place.character == character;
+    bool inside = false;
+    for (int i = 0; i < place.ranges.size(); i += 2)
+        inside = inside || (place.ranges.at(i) <= character && character <= place.ranges.at(i + 1));
+    return inside != place.negated;
+}
+
+bool Glob::matches(const Places &places, const QVector<uint> &name)
+{
+    // When something does not fit, only the last star can take one character more: earlier ones need not.
+    int place = 0;
+    int at = 0;
+    int starPlace = -1;
+    int starEnd = 0;
+    while (at < name.size()) {
+        if (place < places.size() && places.at(place).kind == Place::Star) {
+            starPlace = place++;
+            starEnd = at;
+        } else if (place < places.size() && fits(places.at(place), name.at(at))) {
+            ++place;
+            ++at;
+        } else if (starPlace >= 0) {
+            place = starPlace + 1;
+            at = ++starEnd;
+        } else {
+            return false;
         }
     }
-    return std::vector<std::string>(1, pattern);
+    while (place < places.size() && places.at(place).kind == Place::Star)
+        ++place;
+    return place == places.size();
+}
+
+bool Glob::matches(const QByteArray &name) const
+{
+    const QVector<uint> text = characters(name);
+    foreach (const Places &places, m_alternatives)
+        if (matches(places, text))
+            return true;
+    return false;
 }

@@ -1,124 +1,150 @@
-// ls
-#include "host/marrowby/Commands.h"
-#include "host/marrowby/Failure.h"
+#include "host/marrowby/Listing.h"
+
+#include "host/marrowby/FileMode.h"
 #include "host/marrowby/HumanSize.h"
-#include "host/marrowby/Interrupt.h"
-#include "host/marrowby/ModeChange.h"
-#include "host/marrowby/Times.h"
+#include "host/marrowby/Operands.h"
+
+#include <QtCore/QDateTime>
+#include <QtCore/QString>
 
 #include <algorithm>
-#include <cstdio>
 
 namespace {
 
-class Lister
+const int kNarrowestSize = 10;
+const int kReplicationWidth = 3;
+
+class Listing
 {
 public:
-    Lister(Session &session, const ListOptions &options)
-        : m_session(session), m_options(options), m_replicationWidth(3), m_ownerWidth(0), m_groupWidth(0),
-          m_sizeWidth(10), m_failed(false)
+    explicit Listing(CommandContext &context)
+        : m_context(context), m_directoriesAsThemselves(context.arguments.has("-d")),
+          m_recursive(context.arguments.has("-R") && !m_directoriesAsThemselves),
+          m_onlyPaths(context.arguments.has("-C")), m_humanSizes(context.arguments.has("-h")),
+          m_hideUnprintable(context.arguments.has("-q")), m_byTime(context.arguments.has("-t")),
+          m_bySize(context.arguments.has("-S") && !m_byTime), m_reversed(context.arguments.has("-r")),
+          m_accessTime(context.arguments.has("-u"))
     {
     }
 
-    void listArgument(const PathArgument &argument)
+    /// A path that was asked for.
+    void operand(const Item &item)
     {
-        if (argument.entry.isDirectory && !m_options.directoriesAsFiles) {
-            listDirectory(argument);
-            return;
+        mustExist(item);
+        if (item.entry.isDirectory && !m_directoriesAsThemselves) {
+            content(item);
+        } else {
+            fitColumns(std::vector<Item>(1, item));
+            print(item);
         }
-        widen(argument.entry);
-        print(argument.entry, argument.shown);
     }
-
-    /// Whether a directory below an argument could not be listed.
-    bool hasFailed() const { return m_failed; }
 
 private:
-    void listDirectory(const PathArgument &directory)
+    void content(const Item &directory)
     {
-        throwIfInterrupted();
-        std::vector<Entry> entries = m_session.list(directory.path);
-        sort(&entries);
-        if (!entries.empty() && !m_options.recursive && !m_options.pathsOnly)
-            std::printf("Found %zu items\n", entries.size());
-        for (const Entry &entry : entries)
-            widen(entry);
-        for (const Entry &entry : entries) {
-            PathArgument child;
-            child.shown = childPath(directory.shown, entry.name);
-            child.path = childPath(directory.path, entry.name);
-            print(entry, child.shown);
-            if (entry.isDirectory && m_options.recursive)
-                m_failed |= attempt("ls", [&] { listDirectory(child); }) != kExitDone;
-        }
-    }
-
-    std::uint64_t time(const Entry &entry) const
-    {
-        return m_options.accessTime ? entry.accessTime : entry.modificationTime;
-    }
-
-    void sort(std::vector<Entry> *entries) const
-    {
-        std::stable_sort(entries->begin(), entries->end(), [this](const Entry &first, const Entry &second) {
-            const Entry &a = m_options.reversed ? second : first;
-            const Entry &b = m_options.reversed ? first : second;
-            if (m_options.byTime && time(a) != time(b))
-                return time(a) > time(b);
-            if (!m_options.byTime && m_options.bySize && a.length != b.length)
-                return a.length > b.length;
-            return isListedBefore(a, b);
+        std::vector<Item> items = childrenOf(m_context, directory);
+        sort(&items);
+        if (!items.empty() && !m_recursive && !m_onlyPaths)
+            m_context.output.line("Found " + QByteArray::number(static_cast<qulonglong>(items.size())) + " items");
+        fitColumns(items);
+        forEach(m_context, items, [this](const Item &item) {
+            print(item);
+            if (m_recursive && item.entry.isDirectory)
+                content(item);
         });
     }
 
-    std::string replication(const Entry &entry) const
+    quint64 time(const Item &item) const
     {
-        return entry.isDirectory ? "-" : std::to_string(entry.replication);
+        return m_accessTime ? item.entry.accessTime : item.entry.modificationTime;
     }
 
-    std::string size(const Entry &entry) const
+    bool before(const Item &left, const Item &right) const
     {
-        return m_options.humanSizes ? humanSize(entry.length) : std::to_string(entry.length);
+        if (m_byTime && time(left) != time(right))
+            return time(left) > time(right);
+        if (m_bySize && left.entry.length != right.entry.length)
+            return left.entry.length > right.entry.length;
+        return !m_byTime && !m_bySize && left.path < right.path;
     }
 
-    /// Columns only grow from one directory to the next, as those of `hdfs dfs` do.
-    void widen(const Entry &entry)
+    void sort(std::vector<Item> *items) const
     {
-        m_replicationWidth = std::max(m_replicationWidth, replication(entry).size());
-        m_ownerWidth = std::max(m_ownerWidth, entry.owner.size());
-        m_groupWidth = std::max(m_groupWidth, entry.group.size());
-        m_sizeWidth = std::max(m_sizeWidth, size(entry).size());
+        // What is equal stays in the NameNode's order, also in a reversed listing. A whole tree stays in it altogether.
+        if ((m_byTime || m_bySize || m_reversed) && !m_recursive)
+            std::stable_sort(items->begin(), items->end(), [this](const Item &left, const Item &right) {
+                return m_reversed ? before(right, left) : before(left, right);
+            });
     }
 
-    void print(const Entry &entry, const std::string &shown) const
+    QByteArray size(const Item &item) const
     {
-        if (m_options.pathsOnly) {
-            std::printf("%s\n", shown.c_str());
+        return m_humanSizes ? humanSize(item.entry.length) : QByteArray::number(item.entry.length);
+    }
+
+    /// Columns only grow, over all that one command lists.
+    void fitColumns(const std::vector<Item> &items)
+    {
+        for (const Item &item : items) {
+            m_ownerWidth = std::max(m_ownerWidth, item.entry.owner.size());
+            m_groupWidth = std::max(m_groupWidth, item.entry.group.size());
+            m_sizeWidth = std::max(m_sizeWidth, size(item).size());
+        }
+    }
+
+    QByteArray shown(const Item &item) const
+    {
+        if (!m_hideUnprintable)
+            return item.shown;
+        QString text = QString::fromUtf8(item.shown);
+        for (QChar &character : text)
+            if (!character.isPrint() && !character.isSurrogate())
+                character = QLatin1Char('?');
+        return text.toUtf8();
+    }
+
+    void print(const Item &item)
+    {
+        if (m_onlyPaths) {
+            m_context.output.line(shown(item));
             return;
         }
-        std::printf("%c%s%c%*s ", entry.isDirectory ? 'd' : '-', symbolicMode(entry.permission).c_str(),
-                    entry.permission & kAclBit ? '+' : ' ', static_cast<int>(m_replicationWidth),
-                    replication(entry).c_str());
-        std::printf("%-*s %-*s %*s %s %s\n", static_cast<int>(m_ownerWidth), entry.owner.c_str(),
-                    static_cast<int>(m_groupWidth), entry.group.c_str(), static_cast<int>(m_sizeWidth),
-                    size(entry).c_str(), listedTime(time(entry)).c_str(), shown.c_str());
+        const FileEntry &entry = item.entry;
+        const QByteArray replication = entry.isDirectory ? QByteArray("-") : QByteArray::number(entry.replication);
+        QByteArray line;
+        line += (entry.isDirectory ? 'd' : '-') + modeText(entry.mode) + (entry.hasAcl ? '+' : ' ');
+        line += replication.rightJustified(kReplicationWidth) + ' ';
+        line += entry.owner.leftJustified(m_ownerWidth) + ' ';
+        line += entry.group.leftJustified(m_groupWidth) + ' ';
+        line += size(item).rightJustified(m_sizeWidth) + ' ';
+        line += QDateTime::fromMSecsSinceEpoch(static_cast<qint64>(time(item)))
+                    .toString(QLatin1String("yyyy-MM-dd HH:mm"))
+                    .toLatin1();
+        m_context.output.line(line + ' ' + shown(item));
     }
 
-    Session &m_session;
-    ListOptions m_options;
-    std::size_t m_replicationWidth;
-    std::size_t m_ownerWidth;
-    std::size_t m_groupWidth;
-    std::size_t m_sizeWidth;
-    bool m_failed;
+    CommandContext &m_context;
+    const bool m_directoriesAsThemselves;
+    const bool m_recursive;
+    const bool m_onlyPaths;
+    const bool m_humanSizes;
+    const bool m_hideUnprintable;
+    const bool m_byTime;
+    const bool m_bySize;
+    const bool m_reversed;
+    const bool m_accessTime;
+    int m_ownerWidth = 0;
+    int m_groupWidth = 0;
+    int m_sizeWidth = kNarrowestSize;
 };
 
 } // namespace
 
-int list(Session &session, const ListOptions &options, const Arguments &paths)
+void listFiles(CommandContext &context)
 {
-    Lister lister(session, options);
-    const int status = forEachPath(session, "ls", paths.empty() ? Arguments(1, ".") : paths,
-                                   [&](const PathArgument &argument) { lister.listArgument(argument); });
-    return lister.hasFailed() ? kExitFailed : status;
+    Listing listing(context);
+    std::vector<QByteArray> arguments = context.arguments.operands;
+    if (arguments.empty())
+        arguments.push_back(".");
+    forEach(context, expandAll(context, arguments), [&listing](const Item &item) { listing.operand(item); });
 }

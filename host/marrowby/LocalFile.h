@@ -1,31 +1,55 @@
-// The local side of a transfer.
+// Files of this machine, as targets of a transfer. Paths are in the local encoding.
 #ifndef HOST_MARROWBY_LOCALFILE_H
 #define HOST_MARROWBY_LOCALFILE_H
 
-#include <QtCore/QFile>
+#include "host/marrowby/FileSystem.h"
 
-#include <cstdint>
-#include <string>
+#include <QtCore/QByteArray>
 
-/// A local file that comes to be under a temporary name beside its own, with "._COPYING_" behind it, and gets its name
-/// when it is complete. Unless `finish` has been called the temporary file is removed with the object. All operations
-/// throw Failure.
-class LocalFile
+enum class LocalKind {
+    Missing,
+    Directory,
+    File,
+    BelowFile, ///< missing, and what should be its directory is none
+    Other      ///< a device, a pipe
+};
+
+LocalKind localKind(const QByteArray &path);
+
+/// "file:/absolute/path"
+QByteArray localUri(const QByteArray &path);
+
+/// Throws Failure. `shown`: how messages call it.
+void makeLocalDirectory(const QByteArray &path, const QByteArray &shown);
+
+/// Gives a file or directory the times and the permissions of `entry`, and owner and group as far as this process may.
+void keepAttributes(const QByteArray &path, const FileEntry &entry);
+
+/// A local file in the making. It is written under the name PATH._COPYING_ and gets its own one in `finish`; until then
+/// nothing is at PATH that was not there before, and when there is no `finish` nothing stays behind. A device or a pipe
+/// is written to directly.
+class LocalFileWriter
 {
 public:
-    explicit LocalFile(const std::string &path);
-    ~LocalFile();
-    LocalFile(const LocalFile &) = delete;
-    LocalFile &operator=(const LocalFile &) = delete;
+    /// Throws Failure. `shown`: how messages call it.
+    LocalFileWriter(const QByteArray &path, const QByteArray &shown);
+    ~LocalFileWriter();
+    LocalFileWriter(const LocalFileWriter &) = delete;
+    LocalFileWriter &operator=(const LocalFileWriter &) = delete;
 
-    void write(const char *bytes, std::uint32_t count);
-
-    /// Gives the file its name, in place of one that is there.
+    /// Throws Failure, as for a full disk.
+    void write(const char *bytes, std::size_t count);
+    /// Closes it and gives it its name. Throws Failure.
     void finish();
 
 private:
-    std::string m_path;
-    QFile m_file;
+    [[noreturn]] void fail(int error);
+
+    const QByteArray m_path;
+    const QByteArray m_shown;
+    const bool m_direct;
+    const QByteArray m_partial;
+    int m_descriptor;
 };
 
 #endif

@@ -1,106 +1,122 @@
 #include "host/marrowby/ModeChange.h"
 
-#include <stdexcept>
+#include "host/marrowby/FileMode.h"
+
+#include <cctype>
+#include <cstring>
 
 namespace {
 
-const unsigned kSticky = 01000;
-const unsigned kAnyExecute = 0111;
+const quint32 kAllOfAClass = 07;
+const quint32 kExecuteForAnybody = 0111;
 
-bool isOctalMode(const std::string &text)
+bool isOneOf(char character, const char *characters)
 {
-    return !text.empty() && text.size() <= 4 && text.find_first_not_of("01234567") == std::string::npos &&
-           (text.size() < 4 || text[0] <= '1');
-}
-
-/// The bits of one permission letter for the classes in `who` (a mask of three octal digits).
-unsigned permissionBits(char letter, unsigned who, unsigned mode, bool isDirectory)
-{
-    switch (letter) {
-    case 'r':
-        return 0444 & who;
-    case 'w':
-        return 0222 & who;
-    case 'x':
-        return 0111 & who;
-    case 'X':
-        return isDirectory || (mode & kAnyExecute) ? 0111 & who : 0;
-    case 't':
-        return kSticky;
-    default:
-        throw std::invalid_argument("mode");
-    }
-}
-
-/// One clause such as "go-w", from `text[position]` to the next comma.
-unsigned applyClause(const std::string &clause, unsigned mode, bool isDirectory)
-{
-    std::size_t position = 0;
-    unsigned who = 0;
-    for (; position < clause.size() && std::string("ugoa").find(clause[position]) != std::string::npos; ++position) {
-        const char letter = clause[position];
-        who |= letter == 'u' ? 0700 : letter == 'g' ? 0070 : letter == 'o' ? 0007 : 0777;
-    }
-    if (who == 0)
-        who = 0777;
-    if (position == clause.size())
-        throw std::invalid_argument("mode");
-    while (position < clause.size()) {
-        const char operation = clause[position++];
-        if (operation != '+' && operation != '-' && operation != '=')
-            throw std::invalid_argument("mode");
-        unsigned bits = 0;
-        const std::size_t first = position;
-        for (; position < clause.size() && std::string("+-=").find(clause[position]) == std::string::npos; ++position)
-            bits |= permissionBits(clause[position], who, mode, isDirectory);
-        if (position == first && operation != '=')
-            throw std::invalid_argument("mode");
-        if (operation == '+')
-            mode |= bits;
-        else if (operation == '-')
-            mode &= ~bits;
-        else
-            mode = (mode & ~who) | bits;
-    }
-    return mode;
+    return character && std::strchr(characters, character);
 }
 
 } // namespace
 
-std::string symbolicMode(unsigned mode)
+bool ModeChange::parse(const QByteArray &text, ModeChange *change)
 {
-    std::string text;
-    for (int shift = 6; shift >= 0; shift -= 3) {
-        const unsigned digit = mode >> shift & 7;
-        text += digit & 4 ? 'r' : '-';
-        text += digit & 2 ? 'w' : '-';
-        text += digit & 1 ? 'x' : '-';
-    }
-    if (mode & kSticky)
-        text[8] = mode & 1 ? 't' : 'T';
-    return text;
+    ModeChange parsed;
+    if (!parsed.parseOctal(text.trimmed()) && !parsed.parseSymbolic(text))
+        return false;
+    *change = parsed;
+    return true;
 }
 
-ModeChange::ModeChange(const std::string &text) : m_text(text), m_isOctal(isOctalMode(text)), m_octal(0)
+bool ModeChange::parseOctal(const QByteArray &text)
 {
-    if (m_isOctal)
-        m_octal = static_cast<unsigned>(std::stoul(text, nullptr, 8));
-    else
-        apply(0, false); // throws when it is no mode
+    const QByteArray digits = text.startsWith('+') ? text.mid(1) : text;
+    bool octal = false;
+    const quint32 mode = digits.toUInt(&octal, 8);
+    const bool rightLength = digits.size() == 3 || (digits.size() == 4 && mode <= kModeBits);
+    if (!octal || !rightLength || !std::isdigit(static_cast<unsigned char>(digits.at(0))))
+        return false;
+    for (int i = 0; i < 3; ++i) {
+        m_classes[i].operation = '=';
+        m_classes[i].bits = mode >> (3 * (2 - i)) & kAllOfAClass;
+    }
+    m_sticky.operation = '=';
+    m_sticky.bits = (mode & kStickyBit) ? 1 : 0;
+    return true;
 }
 
-unsigned ModeChange::apply(unsigned mode, bool isDirectory) const
+bool ModeChange::parseSymbolic(const QByteArray &text)
 {
-    if (m_isOctal)
-        return m_octal;
-    if (m_text.empty())
-        throw std::invalid_argument("mode");
-    std::size_t start = 0;
-    for (;;) {
-        const std::size_t comma = m_text.find(',', start);
-        mode = applyClause(m_text.substr(start, comma == std::string::npos ? comma : comma - start), mode, isDirectory);
-        if (comma == std::string::npos)
-            return mode;
-        start = comma + 1;
+    const char *at = text.constData();
+    const auto skipSpaces = [&at] {
+        while (std::isspace(static_cast<unsigned char>(*at)))
+            ++at;
+    };
+    bool clauseMayFollow = true;
+    do {
+        if (!clauseMayFollow)
+            return false;
+        skipSpaces();
+        bool concerned[3] = {false, false, false};
+        bool classGiven = false;
+        for (; isOneOf(*at, "ugoa"); ++at) {
+            classGiven = true;
+            for (int i = 0; i < 3; ++i)
+                concerned[i] = concerned[i] || *at == 'a' || *at == "ugo"[i];
+        }
+        Part part;
+        for (; isOneOf(*at, "+-="); ++at)
+            part.operation = *at;
+        if (!part.operation)
+            return false;
+        bool permissionGiven = false;
+        bool sticky = false;
+        for (; isOneOf(*at, "rwxXt"); ++at) {
+            permissionGiven = true;
+            part.bits |= *at == 'r' ? 4 : *at == 'w' ? 2 : *at == 'x' ? 1 : 0;
+            part.executeWhereSensible = part.executeWhereSensible || *at == 'X';
+            sticky = sticky || *at == 't';
+        }
+        if (!permissionGiven)
+            return false;
+        for (int i = 0; i < 3; ++i)
+            if (concerned[i] || !classGiven)
+                m_classes[i] = part;
+        const bool others = concerned[2] || !classGiven;
+        if (others && (sticky || part.operation == '=')) {
+            m_sticky.operation = part.operation;
+            m_sticky.bits = sticky ? 1 : 0;
+        }
+        clauseMayFollow = false;
+        skipSpaces();
+        for (; *at == ','; skipSpaces()) {
+            clauseMayFollow = true;
+            ++at;
+        }
+    } while (*at);
+    return true;
+}
+
+quint32 ModeChange::applied(const Part &part, quint32 bits, bool sensible)
+{
+    const quint32 asked = part.bits | (part.executeWhereSensible && sensible ? 1u : 0u);
+    switch (part.operation) {
+    case '+':
+        return bits | asked;
+    case '-':
+        return bits & ~asked;
+    case '=':
+        return asked;
+    default:
+        return bits;
     }
+}
+
+quint32 ModeChange::appliedTo(quint32 mode, bool isDirectory) const
+{
+    const bool sensible = isDirectory || (mode & kExecuteForAnybody);
+    quint32 changed = applied(m_sticky, (mode & kStickyBit) ? 1 : 0, false) ? kStickyBit : 0;
+    for (int i = 0; i < 3; ++i) {
+        const int shift = 3 * (2 - i);
+        changed |= (applied(m_classes[i], mode >> shift & kAllOfAClass, sensible) & kAllOfAClass) << shift;
+    }
+    return changed;
 }

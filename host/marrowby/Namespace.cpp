@@ -1,170 +1,109 @@
-// mkdir, rm, mv, setrep, chmod, chown
-#include "host/marrowby/Commands.h"
-#include "host/marrowby/Failure.h"
-#include "host/marrowby/ModeChange.h"
+#include "host/marrowby/Namespace.h"
 
-#include <cstdio>
-#include <stdexcept>
+#include "host/marrowby/Operands.h"
 
 namespace {
 
-const unsigned kNewDirectoryMode = 0755; ///< 0777 less the usual umask of 022
+const quint32 kDirectoryMode = 0755; // 0777 without the client's umask of 022
 
-void makeDirectory(Session &session, const PathArgument &argument, bool withParents)
+void makeDirectory(CommandContext &context, const Item &item)
 {
-    if (argument.exists) {
-        if (!argument.entry.isDirectory)
-            throw pathFailure(argument.shown, kIsNotDirectory);
+    const bool withParents = context.arguments.has("-p");
+    if (item.exists) {
+        if (!item.entry.isDirectory)
+            throw Failure(isNotADirectory(item.shown));
         if (!withParents)
-            throw pathFailure(argument.shown, kExists);
+            throw Failure(fileExists(item.shown));
         return;
     }
-    Entry parent;
-    if (!withParents && !session.status(parentPath(argument.path), &parent))
-        throw pathFailure(argument.shown, kNotFound);
-    session.makeDirectory(argument.path, kNewDirectoryMode, withParents);
+    // A pattern that matches nothing names no directory to make.
+    if (item.argument.hasWildcard)
+        mustExist(item);
+    FileEntry parent;
+    if (!withParents && !context.files.find(parentPath(item.path), &parent))
+        throw Failure(noSuchFile(context.names.qualified(parentPath(item.path))));
+    context.files.makeDirectory(item.path, kDirectoryMode, withParents);
 }
 
-/// Moves one path to `target`, or into it when it is a directory.
-void moveOne(Session &session, const PathArgument &source, const PathArgument &target, bool mustBeDirectory)
+void removePath(CommandContext &context, const Item &item)
 {
-    if (mustBeDirectory && !target.exists)
-        throw pathFailure(target.shown, kNotFound);
-    if (mustBeDirectory && !target.entry.isDirectory)
-        throw pathFailure(target.shown, kIsNotDirectory);
-    PathArgument destination = target;
-    if (target.exists && target.entry.isDirectory) {
-        const std::string name = baseName(source.path);
-        destination = lookUpOne(session, childPath(target.shown, name));
-    }
-    if (destination.exists)
-        throw pathFailure(destination.shown, kExists);
-    Entry parent;
-    if (!session.status(parentPath(destination.path), &parent))
-        throw pathFailure(baseName(destination.path).empty() ? destination.shown : parentPath(destination.path),
-                          kNotFound);
-    session.rename(source.path, destination.path);
-    // A NameNode may refuse a rename and yet call it a success.
-    Entry left;
-    if (session.status(source.path, &left))
-        throw pathFailure(source.shown, "Input/output error");
-}
-
-struct OwnerAndGroup {
-    std::string owner;
-    std::string group;
-};
-
-OwnerAndGroup parseOwner(const std::string &text)
-{
-    OwnerAndGroup names;
-    const std::size_t colon = text.find(':');
-    names.owner = text.substr(0, colon);
-    if (colon != std::string::npos)
-        names.group = text.substr(colon + 1);
-    if (names.owner.empty() && names.group.empty())
-        throw std::invalid_argument("'" + text + "' does not match expected pattern for [owner][:group].");
-    return names;
-}
-
-int changeEach(Session &session, const char *name, bool recursive, const Arguments &paths,
-               const std::function<void(const PathArgument &)> &change)
-{
-    int failed = kExitDone;
-    const int status = forEachPath(session, name, paths, [&](const PathArgument &argument) {
-        if (!recursive) {
-            change(argument);
+    if (!item.exists) {
+        if (context.arguments.has("-f"))
             return;
-        }
-        forWholeTree(session, argument,
-                     [&](const PathArgument &each) { failed |= attempt(name, [&] { change(each); }); });
-    });
-    return status | failed;
+        mustExist(item);
+    }
+    const bool recursively = context.arguments.has("-r") || context.arguments.has("-R");
+    if (item.entry.isDirectory && !recursively)
+        throw Failure(isADirectory(item.shown));
+    if (!context.files.remove(item.path, recursively))
+        throw Failure(inputOutputError(item.shown));
+    context.output.line("Deleted " + item.shown);
+}
+
+/// The single thing that a destination argument stands for.
+Item destinationOf(CommandContext &context, const QByteArray &argument)
+{
+    const std::vector<Item> items = expand(context, argument);
+    if (items.size() > 1)
+        throw Failure('`' + argument + "': Too many matches");
+    if (items.front().argument.hasWildcard)
+        mustExist(items.front());
+    return items.front();
+}
+
+Item inside(CommandContext &context, const Item &directory, const QByteArray &name)
+{
+    Item item;
+    item.argument = directory.argument;
+    item.path = name.isEmpty() ? directory.path : childPath(directory.path, name);
+    item.shown = name.isEmpty() ? directory.shown + '/' : context.names.shown(item.path, directory.argument);
+    item.exists = context.files.find(item.path, &item.entry);
+    return item;
+}
+
+void movePath(CommandContext &context, const Item &source, const Item &destination)
+{
+    mustExist(source);
+    const bool into = destination.exists && destination.entry.isDirectory;
+    const Item target = into ? inside(context, destination, lastName(source.path)) : destination;
+    const bool below = source.path == "/" || target.path.startsWith(source.path + '/');
+    if (source.entry.isDirectory && below)
+        throw Failure('`' + source.shown + "' to `" + target.shown + "': is a subdirectory of itself");
+    if (target.exists)
+        throw Failure(fileExists(target.shown));
+    // "new/" says that "new" is a directory already.
+    const bool mustBeDirectory = target.shown.endsWith('/');
+    FileEntry parent;
+    if (mustBeDirectory || !context.files.find(parentPath(target.path), &parent))
+        throw Failure(noSuchParent(target.shown, context.names.qualified(target.path)));
+    if (!context.files.rename(source.path, target.path))
+        throw Failure(inputOutputError(source.shown));
 }
 
 } // namespace
 
-int makeDirectories(Session &session, bool withParents, const Arguments &paths)
+void makeDirectories(CommandContext &context)
 {
-    int status = kExitDone;
-    for (const std::string &given : paths)
-        status |= attempt("mkdir", [&] {
-            for (const PathArgument &argument : lookUp(session, given))
-                makeDirectory(session, argument, withParents);
-        });
-    return status;
+    forEach(context, expandAll(context, context.arguments.operands),
+            [&context](const Item &item) { makeDirectory(context, item); });
 }
 
-int remove(Session &session, bool recursive, bool isMissingFine, const Arguments &paths)
+void removePaths(CommandContext &context)
 {
-    int status = kExitDone;
-    for (const std::string &given : paths) {
-        std::vector<PathArgument> arguments;
-        status |= attempt("rm", [&] { arguments = lookUp(session, given); });
-        for (const PathArgument &argument : arguments) {
-            status |= attempt("rm", [&] {
-                if (!argument.exists && isMissingFine)
-                    return;
-                if (!argument.exists)
-                    throw pathFailure(argument.shown, kNotFound);
-                if (argument.entry.isDirectory && !recursive)
-                    throw pathFailure(argument.shown, kIsDirectory);
-                if (!session.remove(argument.path, recursive))
-                    throw pathFailure(argument.shown, "Input/output error");
-                std::printf("Deleted %s\n", argument.shown.c_str());
-            });
-        }
+    forEach(context, expandAll(context, context.arguments.operands),
+            [&context](const Item &item) { removePath(context, item); });
+}
+
+void movePaths(CommandContext &context)
+{
+    std::vector<QByteArray> arguments = context.arguments.operands;
+    const Item destination = destinationOf(context, arguments.back());
+    arguments.pop_back();
+    const std::vector<Item> sources = expandAll(context, arguments);
+    if (sources.size() > 1) {
+        mustExist(destination);
+        if (!destination.entry.isDirectory)
+            throw Failure(isNotADirectory(destination.shown));
     }
-    return status;
-}
-
-int move(Session &session, const Arguments &paths)
-{
-    const Arguments sources(paths.begin(), paths.end() - 1);
-    PathArgument target;
-    const int status = attempt("mv", [&] {
-        target = lookUp(session, paths.back()).front();
-        if (sources.size() > 1 && !target.exists)
-            throw pathFailure(target.shown, kNotFound);
-        if (sources.size() > 1 && !target.entry.isDirectory)
-            throw pathFailure(target.shown, kIsNotDirectory);
-    });
-    if (status != kExitDone)
-        return status;
-    return forEachPath(session, "mv", sources,
-                       [&](const PathArgument &source) { moveOne(session, source, target, sources.size() > 1); });
-}
-
-int setReplication(Session &session, unsigned replication, const Arguments &paths)
-{
-    return changeEach(session, "setrep", true, paths, [&](const PathArgument &argument) {
-        if (argument.entry.isDirectory)
-            return;
-        if (!session.setReplication(argument.path, replication))
-            throw Failure("Could not set replication for: " + argument.shown);
-        std::printf("Replication %u set: %s\n", replication, argument.shown.c_str());
-    });
-}
-
-int changeMode(Session &session, bool recursive, const std::string &mode, const Arguments &paths)
-{
-    const ModeChange change(mode);
-    return changeEach(session, "chmod", recursive, paths, [&](const PathArgument &argument) {
-        const unsigned before = argument.entry.permission & kModeBits;
-        const unsigned after = change.apply(before, argument.entry.isDirectory);
-        if (after != before)
-            session.setPermission(argument.path, after);
-    });
-}
-
-int changeOwner(Session &session, bool recursive, const std::string &owner, const Arguments &paths)
-{
-    const OwnerAndGroup names = parseOwner(owner);
-    return changeEach(session, "chown", recursive, paths, [&](const PathArgument &argument) {
-        const bool isOwnerNew = !names.owner.empty() && names.owner != argument.entry.owner;
-        const bool isGroupNew = !names.group.empty() && names.group != argument.entry.group;
-        if (isOwnerNew || isGroupNew)
-            session.setOwner(argument.path, isOwnerNew ? names.owner : std::string(),
-                             isGroupNew ? names.group : std::string());
-    });
+    forEach(context, sources, [&](const Item &source) { movePath(context, source, destination); });
 }

@@ -1,76 +1,112 @@
 #include "host/marrowby/Progress.h"
 
 #include "host/marrowby/HumanSize.h"
+#include "host/marrowby/Terminal.h"
 
-#include "platform/Terminal.h"
+#include <QtCore/QStringList>
 
+#include <algorithm>
+#include <cmath>
 #include <cstdio>
 
 namespace {
 
-std::string timeText(double seconds)
+const qint64 kFirstShow = 400; // milliseconds: what is over by then needs no line
+const qint64 kShowInterval = 200;
+const double kWeightOfLast = 0.2; // of the latest rate in the one that is shown, which would jump otherwise
+const int kShortestName = 8;
+const char kEraseLine[] = "\r\033[K";
+
+QString sizeText(quint64 bytes)
 {
-    const std::uint64_t whole = static_cast<std::uint64_t>(seconds + 0.5);
-    char text[32];
-    if (whole >= 3600)
-        std::snprintf(text, sizeof text, "%llu:%02u:%02u", static_cast<unsigned long long>(whole / 3600),
-                      static_cast<unsigned>(whole / 60 % 60), static_cast<unsigned>(whole % 60));
-    else
-        std::snprintf(text, sizeof text, "%u:%02u", static_cast<unsigned>(whole / 60),
-                      static_cast<unsigned>(whole % 60));
-    return text;
+    return QString::fromLatin1(humanSize(bytes));
+}
+
+QString elided(const QString &name, int width)
+{
+    if (name.size() <= width)
+        return name;
+    return QLatin1String("...") + name.right(width - 3);
 }
 
 } // namespace
 
-std::string progressLine(const std::string &name, std::uint64_t done, std::uint64_t total, double seconds,
-                         unsigned width)
+QString clockTime(quint64 seconds)
 {
-    std::string numbers = humanSize(done) + " of " + humanSize(total);
-    if (total > 0) {
-        char share[16];
-        std::snprintf(share, sizeof share, "  %3u%%",
-                      static_cast<unsigned>(static_cast<double>(done) * 100 / static_cast<double>(total)));
-        numbers += share;
-    }
-    if (seconds > 0 && done > 0) {
-        const double rate = static_cast<double>(done) / seconds;
-        numbers += "  " + humanSize(static_cast<std::uint64_t>(rate)) + "/s";
-        numbers += "  " + timeText(static_cast<double>(total - done) / rate) + " left";
-    }
-    const std::string line = name + "  " + numbers;
-    if (line.size() <= width)
-        return line;
-    // The numbers matter more than the name, and its end more than its start.
-    if (numbers.size() + 6 > width)
-        return numbers.substr(0, width);
-    return "..." + name.substr(name.size() - (width - numbers.size() - 5)) + "  " + numbers;
+    const QChar zero = QLatin1Char('0');
+    const quint64 minutes = seconds / 60;
+    const QString lastPart = QString::number(seconds % 60).rightJustified(2, zero);
+    if (minutes < 60)
+        return QString::number(minutes) + QLatin1Char(':') + lastPart;
+    return QString::number(minutes / 60) + QLatin1Char(':') + QString::number(minutes % 60).rightJustified(2, zero) +
+           QLatin1Char(':') + lastPart;
 }
 
-Progress::Progress(const std::string &name, std::uint64_t total, bool isWanted)
-    : m_name(name), m_done(0), m_total(total), m_isShown(isWanted && platform::isErrorOutputTerminal()),
-      m_isOnScreen(false), m_start(Clock::now()), m_lastShown(m_start)
+QString progressLine(const TransferState &state, int width)
 {
+    const quint64 percent =
+        state.total ? static_cast<quint64>(100.0 * static_cast<double>(state.done) / static_cast<double>(state.total))
+                    : 100;
+    // In the order of their weight.
+    QStringList parts;
+    parts << QString::number(percent).rightJustified(3) + QLatin1Char('%');
+    parts << sizeText(state.done) + QLatin1String(" of ") + sizeText(state.total);
+    if (state.bytesPerSecond >= 1) {
+        parts << sizeText(static_cast<quint64>(state.bytesPerSecond)) + QLatin1String("/s");
+        const double seconds = std::ceil(static_cast<double>(state.total - state.done) / state.bytesPerSecond);
+        parts << clockTime(static_cast<quint64>(seconds)) + QLatin1String(" left");
+    }
+    const QString gap = QLatin1String("  ");
+    QString line;
+    for (;;) {
+        line = parts.join(gap);
+        const int room = width - line.size() - gap.size();
+        if (room >= std::min(kShortestName, state.name.size()))
+            return elided(state.name, room) + gap + line;
+        if (parts.size() == 1)
+            return line.left(std::max(width, 0));
+        parts.removeLast();
+    }
+}
+
+Progress::Progress(const QString &name, quint64 total, bool shownAtAll)
+    : m_enabled(shownAtAll && standardErrorIsTerminal()), m_lineOnTerminal(false), m_nextShow(kFirstShow),
+      m_lastShow(0), m_doneAtShow(0)
+{
+    m_state.name = name;
+    m_state.total = total;
+    m_timer.start();
 }
 
 Progress::~Progress()
 {
-    if (m_isOnScreen)
-        std::fputs("\r\033[K", stderr);
+    if (m_lineOnTerminal) {
+        std::fputs(kEraseLine, stderr);
+        std::fflush(stderr);
+    }
 }
 
-void Progress::advance(std::uint64_t bytes)
+void Progress::advance(quint64 bytes)
 {
-    m_done += bytes;
-    if (!m_isShown)
+    m_state.done += bytes;
+    m_state.milliseconds = m_timer.elapsed();
+    if (!m_enabled || m_state.milliseconds < m_nextShow)
         return;
-    const Clock::time_point now = Clock::now();
-    if (now - m_lastShown < std::chrono::milliseconds(250))
-        return;
-    m_lastShown = now;
-    m_isOnScreen = true;
-    const double seconds = std::chrono::duration<double>(now - m_start).count();
-    std::fprintf(stderr, "\r%s\033[K",
-                 progressLine(m_name, m_done, m_total, seconds, platform::terminalWidth() - 1).c_str());
+    m_nextShow = m_state.milliseconds + kShowInterval;
+    show();
+}
+
+void Progress::show()
+{
+    const double seconds = static_cast<double>(std::max<qint64>(m_state.milliseconds - m_lastShow, 1)) / 1000;
+    const double latest = static_cast<double>(m_state.done - m_doneAtShow) / seconds;
+    const bool first = m_lastShow == 0;
+    m_state.bytesPerSecond = first ? latest : kWeightOfLast * latest + (1 - kWeightOfLast) * m_state.bytesPerSecond;
+    m_lastShow = m_state.milliseconds;
+    m_doneAtShow = m_state.done;
+    // Not into the last column: terminals differ in what happens there.
+    const QString line = progressLine(m_state, standardErrorWidth() - 1);
+    std::fprintf(stderr, "%s%s", kEraseLine, line.toLocal8Bit().constData());
     std::fflush(stderr);
+    m_lineOnTerminal = true;
 }

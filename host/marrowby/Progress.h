@@ -1,37 +1,50 @@
-// How far a long transfer is, on a terminal.
+// How far a transfer has come, on the terminal.
 #ifndef HOST_MARROWBY_PROGRESS_H
 #define HOST_MARROWBY_PROGRESS_H
 
-#include <chrono>
-#include <cstdint>
-#include <string>
+#include <QtCore/QByteArray>
+#include <QtCore/QElapsedTimer>
+#include <QtCore/QString>
 
-/// One line of at most `width` columns: name, bytes of all, share, rate and time left. `seconds` since the start.
-std::string progressLine(const std::string &name, std::uint64_t done, std::uint64_t total, double seconds,
-                         unsigned width);
+/// What there is to say about a transfer.
+struct TransferState {
+    QString name;             ///< of what is transferred
+    quint64 done = 0;         ///< bytes
+    quint64 total = 0;        ///< bytes
+    qint64 milliseconds = 0;  ///< since the beginning
+    double bytesPerSecond = 0; ///< lately; 0: not known
+};
 
-/// Keeps such a line up to date on standard error, a few times a second, when that is a terminal and the transfer takes
-/// a while; otherwise writes nothing. The line is gone when the object is.
+/// One line of at most `width` characters: name, share, bytes, rate and time left. What matters least goes first where
+/// there is no room; a name keeps its end.
+QString progressLine(const TransferState &state, int width);
+
+/// A number of seconds as "0:07", "12:34" or "1:02:03".
+QString clockTime(quint64 seconds);
+
+/// Shows the line on standard error when that is a terminal, and nothing otherwise; a few times a second, from the
+/// moment on when the transfer turns out to take time. The line is gone when the object is.
 class Progress
 {
 public:
-    Progress(const std::string &name, std::uint64_t total, bool isWanted);
+    /// `shownAtAll` false: nothing ever.
+    Progress(const QString &name, quint64 total, bool shownAtAll);
     ~Progress();
     Progress(const Progress &) = delete;
     Progress &operator=(const Progress &) = delete;
 
-    void advance(std::uint64_t bytes);
+    void advance(quint64 bytes);
 
 private:
-    typedef std::chrono::steady_clock Clock;
+    void show();
 
-    std::string m_name;
-    std::uint64_t m_done;
-    std::uint64_t m_total;
-    bool m_isShown;
-    bool m_isOnScreen;
-    Clock::time_point m_start;
-    Clock::time_point m_lastShown;
+    TransferState m_state;
+    const bool m_enabled;
+    bool m_lineOnTerminal;
+    qint64 m_nextShow; ///< milliseconds
+    QElapsedTimer m_timer;
+    qint64 m_lastShow;    ///< milliseconds
+    quint64 m_doneAtShow; ///< bytes
 };
 
 #endif

@@ -1,125 +1,143 @@
-// stat, test
-#include "host/marrowby/Commands.h"
-#include "host/marrowby/Failure.h"
-#include "host/marrowby/ModeChange.h"
-#include "host/marrowby/Times.h"
+#include "host/marrowby/Status.h"
 
-#include <cstdio>
+#include "host/marrowby/ExitStatus.h"
+#include "host/marrowby/FileMode.h"
+#include "host/marrowby/Operands.h"
+
+#include <QtCore/QDateTime>
 
 namespace {
 
-std::string octal(unsigned mode)
+QByteArray utcTime(quint64 milliseconds)
 {
-    char text[16];
-    std::snprintf(text, sizeof text, "%o", mode & kModeBits);
-    return text;
+    return QDateTime::fromMSecsSinceEpoch(static_cast<qint64>(milliseconds))
+        .toUTC()
+        .toString(QLatin1String("yyyy-MM-dd HH:mm:ss"))
+        .toLatin1();
 }
 
-std::string formatted(const PathArgument &argument, const std::string &format)
+QByteArray field(char letter, const Item &item)
 {
-    const Entry &entry = argument.entry;
-    std::string text;
-    for (std::size_t i = 0; i < format.size(); ++i) {
-        if (format[i] != '%' || i + 1 == format.size()) {
-            text += format[i];
-            continue;
-        }
-        switch (format[++i]) {
-        case 'a':
-            text += octal(entry.permission);
-            break;
-        case 'A':
-            text += symbolicMode(entry.permission);
-            break;
-        case 'b':
-            text += std::to_string(entry.length);
-            break;
-        case 'F':
-            text += entry.isDirectory ? "directory" : "regular file";
-            break;
-        case 'g':
-            text += entry.group;
-            break;
-        case 'n':
-            text += baseName(argument.path);
-            break;
-        case 'o':
-            text += std::to_string(entry.blockSize);
-            break;
-        case 'r':
-            text += std::to_string(entry.replication);
-            break;
-        case 'u':
-            text += entry.owner;
-            break;
-        case 'x':
-            text += statTime(entry.accessTime);
-            break;
-        case 'X':
-            text += std::to_string(entry.accessTime);
-            break;
-        case 'y':
-            text += statTime(entry.modificationTime);
-            break;
-        case 'Y':
-            text += std::to_string(entry.modificationTime);
-            break;
-        default:
-            // What is no directive stands for itself.
-            text += format[i];
-            break;
-        }
+    const FileEntry &entry = item.entry;
+    switch (letter) {
+    case 'a':
+        return modeOctal(entry.mode);
+    case 'A':
+        return modeText(entry.mode);
+    case 'b':
+        return QByteArray::number(entry.length);
+    case 'F':
+        return entry.isDirectory ? "directory" : "regular file";
+    case 'g':
+        return entry.group;
+    case 'n':
+        return lastName(item.path);
+    case 'o':
+        return QByteArray::number(entry.blockSize);
+    case 'r':
+        return QByteArray::number(entry.replication);
+    case 'u':
+        return entry.owner;
+    case 'x':
+        return utcTime(entry.accessTime);
+    case 'X':
+        return QByteArray::number(entry.accessTime);
+    case 'y':
+        return utcTime(entry.modificationTime);
+    case 'Y':
+        return QByteArray::number(entry.modificationTime);
+    default:
+        return QByteArray(1, letter);
+    }
+}
+
+QByteArray formatted(const QByteArray &format, const Item &item)
+{
+    QByteArray text;
+    for (int at = 0; at < format.size(); ++at) {
+        if (format.at(at) != '%')
+            text += format.at(at);
+        else if (++at < format.size())
+            text += field(format.at(at), item);
     }
     return text;
 }
 
-/// Whether the bits of `right` (4 read, 2 write) are set for the session's user. Groups are known to the NameNode
-/// alone, so belonging to the entry's group is taken for granted when the entry is not the user's own.
-bool isAllowed(const Entry &entry, const std::string &user, unsigned right)
+/// Whether the user may read it, found out by doing so.
+bool isReadable(CommandContext &context, const Item &item)
 {
-    if (entry.owner == user)
-        return (entry.permission >> 6 & right) != 0;
-    return ((entry.permission >> 3 | entry.permission) & right) != 0;
+    try {
+        if (item.entry.isDirectory)
+            context.files.list(item.path);
+        else
+            context.files.session()->deleteReader(context.files.openReader(item.path));
+        return true;
+    } catch (const Failure &) {
+        return false;
+    }
+}
+
+const char *const kTests[] = {"-d", "-e", "-f", "-r", "-s", "-z"};
+
+const char *onlyTest(const CommandArguments &arguments)
+{
+    const char *asked = nullptr;
+    for (const char *test : kTests) {
+        if (!arguments.has(test))
+            continue;
+        if (asked)
+            throw UsageError("Only one test flag is allowed");
+        asked = test;
+    }
+    if (!asked)
+        throw UsageError("No test flag given");
+    return asked;
+}
+
+bool passes(CommandContext &context, const Item &item, char test)
+{
+    switch (test) {
+    case 'd':
+        return item.entry.isDirectory;
+    case 'f':
+        return !item.entry.isDirectory;
+    case 'r':
+        return isReadable(context, item);
+    case 's':
+        return item.entry.length > 0;
+    case 'z':
+        return item.entry.length == 0;
+    default:
+        return true;
+    }
 }
 
 } // namespace
 
-int stat(Session &session, const std::string &format, const Arguments &paths)
+void printStatus(CommandContext &context)
 {
-    return forEachPath(session, "stat", paths,
-                       [&](const PathArgument &argument) { std::printf("%s\n", formatted(argument, format).c_str()); });
+    std::vector<QByteArray> arguments = context.arguments.operands;
+    QByteArray format("%y");
+    if (arguments.front().contains('%')) {
+        format = arguments.front();
+        arguments.erase(arguments.begin());
+    }
+    if (arguments.empty())
+        throw UsageError("Not enough arguments: expected 1 but got 0");
+    forEach(context, expandAll(context, arguments), [&](const Item &item) {
+        mustExist(item);
+        context.output.line(formatted(format, item));
+    });
 }
 
-int test(Session &session, char what, const std::string &path)
+void testPath(CommandContext &context)
 {
-    bool holds = false;
-    const int status = attempt("test", [&] {
-        const PathArgument argument = lookUp(session, path).front();
-        if (!argument.exists)
-            return;
-        switch (what) {
-        case 'd':
-            holds = argument.entry.isDirectory;
-            break;
-        case 'f':
-            holds = !argument.entry.isDirectory;
-            break;
-        case 's':
-            holds = argument.entry.length > 0;
-            break;
-        case 'z':
-            holds = argument.entry.length == 0;
-            break;
-        case 'r':
-            holds = isAllowed(argument.entry, session.user(), 4);
-            break;
-        case 'w':
-            holds = isAllowed(argument.entry, session.user(), 2);
-            break;
-        default:
-            holds = true;
-            break;
-        }
+    const char test = onlyTest(context.arguments)[1];
+    forEach(context, expandAll(context, context.arguments.operands), [&](const Item &item) {
+        // Nothing is said about a single missing path: that is what is asked.
+        if (item.argument.hasWildcard)
+            mustExist(item);
+        if (!item.exists || !passes(context, item, test))
+            context.exitStatus = kFailed;
     });
-    return status != kExitDone ? status : holds ? kExitDone : kExitFailed;
 }

@@ -1,175 +1,78 @@
-// cat, head, tail, get
-#include "host/marrowby/Commands.h"
-#include "host/marrowby/Failure.h"
-#include "host/marrowby/Interrupt.h"
-#include "host/marrowby/LocalFile.h"
-#include "host/marrowby/Progress.h"
+#include "host/marrowby/Transfer.h"
 
-#include <QtCore/QDir>
-#include <QtCore/QFileInfo>
+#include "host/marrowby/PieceSize.h"
+#include "host/marrowby/Progress.h"
+#include "host/marrowby/RemoteFile.h"
+#include "host/marrowby/Terminal.h"
+
+#include <QtCore/QElapsedTimer>
 
 #include <algorithm>
-#include <cstdio>
+#include <memory>
 
 namespace {
 
-/// Bytes of one read. Each read opens a connection for each block that it touches, so they should be few; and between
-/// two reads the user can stop the transfer, so they should be short.
-const std::uint64_t kReadSize = 16 * 1024 * 1024;
-const std::uint64_t kPeekSize = 1024; ///< what head and tail show
+const quint64 kPeek = 1024; // bytes that `head` and `tail` show
 
-typedef std::function<void(const char *, std::uint32_t)> Sink;
-
-/// The bytes at `start` that one read takes: within one block.
-std::uint32_t readSize(std::uint64_t start, std::uint64_t end, std::uint64_t blockSize)
+void mustBeFile(const Item &item)
 {
-    const std::uint64_t toBlockEnd = blockSize > 0 ? blockSize - start % blockSize : kReadSize;
-    return static_cast<std::uint32_t>(std::min(std::min(end - start, kReadSize), toBlockEnd));
+    mustExist(item);
+    if (item.entry.isDirectory)
+        throw Failure(isADirectory(item.shown));
 }
 
-/// Hands the bytes from `start` to the end of the file, or `limit` of them, to `sink`.
-void readFile(Session &session, const PathArgument &source, std::uint64_t start, std::uint64_t limit, const Sink &sink)
+void printPart(CommandContext &context, const Item &file, quint64 offset, quint64 count)
 {
-    FileForReading file(session, source.path);
-    start = std::min(start, file.length());
-    const std::uint64_t end = start + std::min(limit, file.length() - start);
-    std::vector<char> buffer(static_cast<std::size_t>(std::min(end - start, kReadSize)));
-    while (start < end) {
-        throwIfInterrupted();
-        const std::uint32_t count = file.read(start, buffer.data(), readSize(start, end, source.entry.blockSize));
-        if (count == 0)
-            break;
-        sink(buffer.data(), count);
-        start += count;
-    }
+    mustBeFile(file);
+    transfer(context, file, offset, count, !standardOutputIsTerminal(),
+             [&context](const char *bytes, std::size_t size) { context.output.write(bytes, size); });
+    context.output.flush();
 }
-
-void writeToOutput(const char *bytes, std::uint32_t count)
-{
-    if (std::fwrite(bytes, 1, count, stdout) != count || std::fflush(stdout) != 0)
-        throw Failure("Unable to write to output stream.");
-}
-
-void requireFile(const PathArgument &argument)
-{
-    if (argument.entry.isDirectory)
-        throw pathFailure(argument.shown, kIsDirectory);
-}
-
-int peek(Session &session, const char *name, const std::string &path, bool atEnd)
-{
-    return forEachPath(session, name, Arguments(1, path), [&](const PathArgument &argument) {
-        requireFile(argument);
-        const std::uint64_t length = argument.entry.length;
-        const std::uint64_t start = atEnd && length > kPeekSize ? length - kPeekSize : 0;
-        readFile(session, argument, start, kPeekSize, writeToOutput);
-    });
-}
-
-class Getter
-{
-public:
-    Getter(Session &session, const GetOptions &options) : m_session(session), m_options(options), m_failed(kExitDone) {}
-
-    void getTo(const PathArgument &source, const std::string &destination)
-    {
-        if (source.entry.isDirectory)
-            getDirectory(source, destination);
-        else
-            getFile(source, destination);
-    }
-
-    int failed() const { return m_failed; }
-
-private:
-    void getFile(const PathArgument &source, const std::string &destination)
-    {
-        const QFileInfo local(QFile::decodeName(destination.c_str()));
-        if (local.isDir())
-            throw pathFailure(destination, kIsDirectory);
-        if (local.exists() && !m_options.overwrite)
-            throw pathFailure(destination, kExists);
-        if (!local.dir().exists())
-            throw pathFailure(destination, kNotFound);
-        LocalFile file(destination);
-        {
-            Progress progress(source.shown, source.entry.length, true);
-            readFile(m_session, source, 0, source.entry.length, [&](const char *bytes, std::uint32_t count) {
-                file.write(bytes, count);
-                progress.advance(count);
-            });
-        }
-        throwIfInterrupted();
-        file.finish();
-    }
-
-    void getDirectory(const PathArgument &source, const std::string &destination)
-    {
-        const QFileInfo local(QFile::decodeName(destination.c_str()));
-        if (local.exists() && !local.isDir())
-            throw pathFailure(destination, kExists);
-        if (!local.exists() && !QDir().mkdir(local.filePath()))
-            throw pathFailure(destination, "cannot be made");
-        std::vector<Entry> entries = m_session.list(source.path);
-        std::sort(entries.begin(), entries.end(), isListedBefore);
-        for (const Entry &entry : entries) {
-            PathArgument child;
-            child.shown = childPath(source.shown, entry.name);
-            child.path = childPath(source.path, entry.name);
-            child.exists = true;
-            child.entry = entry;
-            m_failed |= attempt("get", [&] { getTo(child, childPath(destination, entry.name)); });
-        }
-    }
-
-    Session &m_session;
-    GetOptions m_options;
-    int m_failed;
-};
 
 } // namespace
 
-int concatenate(Session &session, const Arguments &paths)
+void transfer(CommandContext &context, const Item &file, quint64 offset, quint64 count, bool showProgress,
+              const std::function<void(const char *bytes, std::size_t count)> &takePiece)
 {
-    return forEachPath(session, "cat", paths, [&](const PathArgument &argument) {
-        requireFile(argument);
-        readFile(session, argument, 0, argument.entry.length, writeToOutput);
-    });
+    RemoteFile remote(context.files, file.path, file.shown);
+    remote.seek(offset);
+    const quint64 total = std::min(count, remote.length() - std::min(offset, remote.length()));
+    if (total == 0)
+        return;
+    Progress progress(QString::fromUtf8(lastName(file.path)), total, showProgress);
+    PieceSize pieceSize;
+    const std::unique_ptr<char[]> buffer(new char[std::min<quint64>(total, PieceSize::kLargest)]);
+    QElapsedTimer timer;
+    for (quint64 done = 0; done < total;) {
+        timer.start();
+        const quint32 size =
+            remote.read(buffer.get(), static_cast<quint32>(std::min<quint64>(pieceSize.bytes(), total - done)));
+        pieceSize.took(timer.elapsed());
+        takePiece(buffer.get(), size);
+        done += size;
+        progress.advance(size);
+    }
 }
 
-int head(Session &session, const std::string &path)
+void printFile(CommandContext &context, const Item &file)
 {
-    return peek(session, "head", path, false);
+    printPart(context, file, 0, kWholeFile);
 }
 
-int tail(Session &session, const std::string &path)
+void printFiles(CommandContext &context)
 {
-    return peek(session, "tail", path, true);
+    forEach(context, expandAll(context, context.arguments.operands),
+            [&context](const Item &file) { printFile(context, file); });
 }
 
-int get(Session &session, const GetOptions &options, const Arguments &paths)
+void printBeginning(CommandContext &context)
 {
-    // With one path only, its place is the working directory.
-    const std::string destination = paths.size() < 2 ? "." : paths.back();
-    const Arguments sources(paths.begin(), paths.size() < 2 ? paths.end() : paths.end() - 1);
-    if (destination == "-")
-        return forEachPath(session, "get", sources, [&](const PathArgument &argument) {
-            requireFile(argument);
-            readFile(session, argument, 0, argument.entry.length, writeToOutput);
-        });
-    const QFileInfo local(QFile::decodeName(destination.c_str()));
-    const int status = attempt("get", [&] {
-        if (sources.size() > 1 && !local.exists())
-            throw pathFailure(destination, kNotFound);
-        if (sources.size() > 1 && !local.isDir())
-            throw pathFailure(destination, kIsNotDirectory);
-    });
-    if (status != kExitDone)
-        return status;
-    Getter getter(session, options);
-    const int found = forEachPath(session, "get", sources, [&](const PathArgument &argument) {
-        const bool goesInside = local.isDir();
-        getter.getTo(argument, goesInside ? childPath(destination, baseName(argument.path)) : destination);
-    });
-    return found | getter.failed();
+    printPart(context, lookUp(context, context.arguments.operands.front()), 0, kPeek);
+}
+
+void printEnd(CommandContext &context)
+{
+    const Item file = lookUp(context, context.arguments.operands.front());
+    const quint64 length = file.entry.length;
+    printPart(context, file, length - std::min(length, kPeek), kPeek);
 }

@@ -1,0 +1,31 @@
+#include "host/marrowby/Configure.h"
+
+#include "host/marrowby/ConnectionSettings.h"
+#include "host/marrowby/Errors.h"
+
+void configureConnection(const CommandArguments &arguments, Output &output)
+{
+    ConnectionSettings settings = ConnectionSettings::load();
+    for (const auto &value : arguments.values) {
+        if (value.first == "--namenode") {
+            QString address;
+            checkedAddress(value.second, &address);
+            settings.setAddress(address);
+        } else if (value.first == "--user") {
+            settings.user = QString::fromLocal8Bit(value.second.c_str());
+        } else if (value.first == "--webhdfs") {
+            settings.webHdfs = value.second == "1";
+        }
+    }
+    const QByteArray location = ConnectionSettings::location().toUtf8();
+    if (!arguments.values.empty() && !settings.save())
+        throw Failure("cannot write " + location);
+
+    provideUserName();
+    const bool hasAddress = !settings.address.isEmpty();
+    const bool hasUser = !settings.user.isEmpty();
+    output.line("namenode  " + (hasAddress ? settings.authority() : QByteArray("(none)")));
+    output.line("user      " + settings.effectiveUser() + (hasUser ? "" : " (not stored: this login)"));
+    output.line("webhdfs   " + QByteArray::number(settings.webHdfs));
+    output.line((arguments.values.empty() ? "Read from " : "Stored in ") + location);
+}

@@ -1,0 +1,155 @@
+#include "host/marrowby/FileSystem.h"
+
+#include "host/marrowby/Errors.h"
+#include "host/marrowby/FileMode.h"
+#include "host/marrowby/Interrupt.h"
+#include "host/marrowby/RemoteError.h"
+#include "rpc/HdfsFileStatus.h"
+
+#include <memory>
+
+namespace {
+
+/// The plug-in's result codes of a change of the namespace.
+const qint32 kResultTrue = 0;
+const qint32 kResultFalse = 1; ///< also that of a success without a result
+
+/// A record or a listing, freed when it goes.
+class Records
+{
+public:
+    Records(Session &session, HdfsFileStatus *head) : m_session(session), m_head(head) {}
+    ~Records() { m_session->freeListing(m_head); }
+    Records(const Records &) = delete;
+    Records &operator=(const Records &) = delete;
+
+    const HdfsFileStatus *head() const { return m_head; }
+
+private:
+    Session &m_session;
+    HdfsFileStatus *const m_head;
+};
+
+QByteArray bytes(const ByteString &text)
+{
+    return QByteArray(text.data, static_cast<int>(text.size));
+}
+
+FileEntry entryOf(const HdfsFileStatus &record)
+{
+    FileEntry entry;
+    entry.isDirectory = record.kind == 'D';
+    entry.name = bytes(record.path);
+    entry.length = record.length;
+    entry.replication = record.replication;
+    entry.blockSize = record.blockSize;
+    entry.owner = bytes(record.owner);
+    entry.group = bytes(record.group);
+    entry.mode = record.permission & kModeBits;
+    entry.hasAcl = (record.permission & kAclBit) != 0;
+    entry.modificationTime = record.modificationTime;
+    entry.accessTime = record.accessTime;
+    return entry;
+}
+
+} // namespace
+
+void FileSystem::begin()
+{
+    checkForInterrupt();
+    m_session.forgetLog();
+}
+
+void FileSystem::fail()
+{
+    checkForInterrupt();
+    if (remoteErrorIn(m_session.log()).className.isEmpty())
+        throw Failure("the NameNode " + m_session.authority() + " did not answer: " + reasonIn(m_session.log()));
+    throw Failure(reasonIn(m_session.log()));
+}
+
+bool FileSystem::check(qint32 status)
+{
+    if (status != kResultTrue && status != kResultFalse)
+        fail();
+    return status == kResultTrue;
+}
+
+bool FileSystem::find(const QByteArray &path, FileEntry *entry)
+{
+    begin();
+    bool failed = false;
+    const Records record(m_session, m_session->fileInfo(m_session.connection(), path, &failed));
+    if (failed)
+        fail();
+    if (!record.head())
+        return false;
+    *entry = entryOf(*record.head());
+    entry->name.clear();
+    return true;
+}
+
+std::vector<FileEntry> FileSystem::list(const QByteArray &directory)
+{
+    begin();
+    qint32 count = 0;
+    const Records records(m_session, m_session->getListing(m_session.connection(), directory, &count));
+    if (count < 0)
+        fail();
+    std::vector<FileEntry> entries;
+    entries.reserve(static_cast<std::size_t>(count));
+    for (const HdfsFileStatus *record = records.head(); record; record = record->next)
+        if (record->path.size > 0) // a file that took the directory's place lists itself, without a name
+            entries.push_back(entryOf(*record));
+    return entries;
+}
+
+void FileSystem::makeDirectory(const QByteArray &path, quint32 mode, bool withParents)
+{
+    begin();
+    if (!check(m_session->mkdirs(m_session.connection(), path, mode, withParents)))
+        throw Failure('`' + path + "': Input/output error");
+}
+
+bool FileSystem::remove(const QByteArray &path, bool recursively)
+{
+    begin();
+    return check(m_session->delete_(m_session.connection(), path, recursively));
+}
+
+bool FileSystem::rename(const QByteArray &source, const QByteArray &destination)
+{
+    begin();
+    if (m_session->rename(m_session.connection(), source, destination) != kResultTrue)
+        fail();
+    // Success only says that there was an answer; whether it was a yes shows in the namespace.
+    FileEntry entry;
+    return find(destination, &entry) && !find(source, &entry);
+}
+
+bool FileSystem::setReplication(const QByteArray &path, quint16 replication)
+{
+    begin();
+    return check(m_session->setReplication(m_session.connection(), path, replication));
+}
+
+void FileSystem::setMode(const QByteArray &path, quint32 mode)
+{
+    begin();
+    check(m_session->setPermission(m_session.connection(), path, static_cast<quint16>(mode)));
+}
+
+void FileSystem::setOwner(const QByteArray &path, const QByteArray &user, const QByteArray &group)
+{
+    begin();
+    check(m_session->setOwner(m_session.connection(), path, user, group));
+}
+
+HdfsFileReader *FileSystem::openReader(const QByteArray &path)
+{
+    begin();
+    HdfsFileReader *const reader = m_session->openReader(m_session.connection(), path);
+    if (!reader)
+        fail();
+    return reader;
+}

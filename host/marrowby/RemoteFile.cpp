@@ -1,0 +1,65 @@
+#include "host/marrowby/RemoteFile.h"
+
+#include "host/marrowby/Errors.h"
+#include "host/marrowby/Interrupt.h"
+#include "host/marrowby/RemoteError.h"
+
+#include <algorithm>
+
+namespace {
+
+const quint32 kFirstErrorResult = 0xFFFFFFFEu; // it and the one above it are no byte counts
+const int kPauses[] = {500, 2500, 6000};       // milliseconds before the second, third and fourth attempt
+
+} // namespace
+
+RemoteFile::RemoteFile(FileSystem &files, const QByteArray &path, const QByteArray &shown)
+    : m_files(files), m_path(path), m_shown(shown), m_reader(nullptr), m_length(0), m_offset(0)
+{
+    open();
+    m_length = static_cast<quint64>(m_files.session()->fileLength(m_reader));
+}
+
+RemoteFile::~RemoteFile()
+{
+    close();
+}
+
+void RemoteFile::open()
+{
+    m_reader = m_files.openReader(m_path);
+}
+
+void RemoteFile::close()
+{
+    m_files.session()->deleteReader(m_reader);
+    m_reader = nullptr;
+}
+
+quint32 RemoteFile::read(char *buffer, quint32 count)
+{
+    Session &session = m_files.session();
+    const quint64 left = m_length - std::min(m_offset, m_length);
+    count = static_cast<quint32>(std::min<quint64>(count, left));
+    if (count == 0)
+        return 0;
+    for (int attempt = 0;; ++attempt) {
+        checkForInterrupt();
+        session.forgetLog();
+        session->setPosition(m_reader, static_cast<qint64>(m_offset));
+        const quint32 result = session->read(m_reader, buffer, count, nullptr);
+        if (result > 0 && result < kFirstErrorResult) {
+            m_offset += result;
+            return result;
+        }
+        checkForInterrupt();
+        if (result == 0)
+            throw Failure('`' + m_shown + "': it has become shorter while it was read");
+        if (attempt == sizeof kPauses / sizeof kPauses[0])
+            throw Failure("Could not obtain block: `" + m_shown + "' from byte " + QByteArray::number(m_offset) +
+                          " on: " + reasonIn(session.log()));
+        waitUnlessInterrupted(kPauses[attempt]);
+        close();
+        open();
+    }
+}
