@@ -18,13 +18,11 @@ void logDecodingFailure(const char *format, pb_istream_t *stream)
     logToHost(QString::fromLatin1(format).arg(codecErrorText(PB_GET_ERROR(stream))));
 }
 
-/// One call from the liveness check to the received response: Done with `*stream` at the response message, or the
+/// One call on a live connection, up to the received response: Done with `*stream` at the response message, or the
 /// status of the step that failed.
-std::int32_t call(NameNodeConnection *connection, const char *method, PbFieldList fields, const void *request,
-                  std::size_t limit, pb_istream_t *stream)
+std::int32_t exchange(NameNodeConnection *connection, const char *method, PbFieldList fields, const void *request,
+                      std::size_t limit, pb_istream_t *stream)
 {
-    if (!isConnectedToNameNode(connection))
-        return ClientProtocol::NotConnected;
     ClientProtocolCall call(connection, method);
     if (!call.isStarted())
         return ClientProtocol::NotStarted;
@@ -32,6 +30,15 @@ std::int32_t call(NameNodeConnection *connection, const char *method, PbFieldLis
         return ClientProtocol::NotEncoded;
     call.send();
     return call.receive(stream) ? ClientProtocol::Done : ClientProtocol::CallFailed;
+}
+
+/// The same, behind the liveness check.
+std::int32_t call(NameNodeConnection *connection, const char *method, PbFieldList fields, const void *request,
+                  std::size_t limit, pb_istream_t *stream)
+{
+    if (!isConnectedToNameNode(connection))
+        return ClientProtocol::NotConnected;
+    return exchange(connection, method, fields, request, limit, stream);
 }
 
 /// The question of `fileExists` and `fileInfo`. On a connection that is gone nothing is sent, but the response is
@@ -95,6 +102,8 @@ HdfsFileStatus *getListing(NameNodeConnection *connection, const QByteArray &pat
 {
     if (count)
         *count = -1;
+    if (!isConnectedToNameNode(connection))
+        return nullptr;
     FileStatusList list;
     QByteArray startAfter;
     for (;;) {
@@ -103,7 +112,7 @@ HdfsFileStatus *getListing(NameNodeConnection *connection, const QByteArray &pat
         request.startAfter = sendBytes(&startAfter);
         request.needLocation = false;
         pb_istream_t stream;
-        if (call(connection, "getListing", GetListingRequestProto_fields, &request, kPathRequestLimit, &stream) !=
+        if (exchange(connection, "getListing", GetListingRequestProto_fields, &request, kPathRequestLimit, &stream) !=
             Done) {
             freeFileStatusList(list.head);
             return nullptr;

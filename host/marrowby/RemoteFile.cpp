@@ -9,12 +9,15 @@
 namespace {
 
 const quint32 kFirstErrorResult = 0xFFFFFFFEu; // it and the one above it are no byte counts
-const int kPauses[] = {500, 2500, 6000};       // milliseconds before the second, third and fourth attempt
+const int kAttemptsAtOnce = 10;
+const int kPauses[] = {500, 2500, 6000}; // milliseconds
+const int kPauseCount = sizeof kPauses / sizeof kPauses[0];
 
 } // namespace
 
-RemoteFile::RemoteFile(FileSystem &files, const QByteArray &path, const QByteArray &shown)
-    : m_files(files), m_path(path), m_shown(shown), m_reader(nullptr), m_length(0), m_offset(0)
+RemoteFile::RemoteFile(FileSystem &files, const QByteArray &path, quint64 blockSize, const QByteArray &shown)
+    : m_files(files), m_path(path), m_blockSize(std::max<quint64>(blockSize, 1)), m_shown(shown), m_hasFailed(false),
+      m_reader(nullptr), m_length(0), m_offset(0)
 {
     open();
     m_length = static_cast<quint64>(m_files.session()->fileLength(m_reader));
@@ -36,6 +39,11 @@ void RemoteFile::close()
     m_reader = nullptr;
 }
 
+quint32 RemoteFile::atMostOneBlock(quint32 count) const
+{
+    return static_cast<quint32>(std::min<quint64>(count, m_blockSize - m_offset % m_blockSize));
+}
+
 quint32 RemoteFile::read(char *buffer, quint32 count)
 {
     Session &session = m_files.session();
@@ -43,11 +51,12 @@ quint32 RemoteFile::read(char *buffer, quint32 count)
     count = static_cast<quint32>(std::min<quint64>(count, left));
     if (count == 0)
         return 0;
-    for (int attempt = 0;; ++attempt) {
+    for (int attempt = 1;; ++attempt) {
         checkForInterrupt();
         session.forgetLog();
         session->setPosition(m_reader, static_cast<qint64>(m_offset));
-        const quint32 result = session->read(m_reader, buffer, count, nullptr);
+        const quint32 wanted = m_hasFailed ? atMostOneBlock(count) : count;
+        const quint32 result = session->read(m_reader, buffer, wanted, nullptr);
         if (result > 0 && result < kFirstErrorResult) {
             m_offset += result;
             return result;
@@ -55,10 +64,13 @@ quint32 RemoteFile::read(char *buffer, quint32 count)
         checkForInterrupt();
         if (result == 0)
             throw Failure('`' + m_shown + "': it has become shorter while it was read");
-        if (attempt == sizeof kPauses / sizeof kPauses[0])
+        m_hasFailed = true;
+        const int pause = attempt / kAttemptsAtOnce - 1;
+        if (pause == kPauseCount)
             throw Failure("Could not obtain block: `" + m_shown + "' from byte " + QByteArray::number(m_offset) +
                           " on: " + reasonIn(session.log()));
-        waitUnlessInterrupted(kPauses[attempt]);
+        if (attempt % kAttemptsAtOnce == 0)
+            waitUnlessInterrupted(kPauses[pause]);
         close();
         open();
     }

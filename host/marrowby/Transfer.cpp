@@ -34,7 +34,7 @@ void printPart(CommandContext &context, const Item &file, quint64 offset, quint6
 void transfer(CommandContext &context, const Item &file, quint64 offset, quint64 count, bool showProgress,
               const std::function<void(const char *bytes, std::size_t count)> &takePiece)
 {
-    RemoteFile remote(context.files, file.path, file.shown);
+    RemoteFile remote(context.files, file.path, file.entry.blockSize, file.shown);
     remote.seek(offset);
     const quint64 total = std::min(count, remote.length() - std::min(offset, remote.length()));
     if (total == 0)

@@ -227,6 +227,13 @@ class DeadDataNodes(Transfer):
         self.assertEqual((done.returncode, done.stderr), (0, b""))
         self.assertEqual(digest_of(self.target()), self.expected)
 
+    def test_two_dead_datanodes_of_three_change_nothing(self):
+        node("kill", "datanode1", "datanode3")
+        self.addCleanup(self.revive, "datanode1", "datanode3")
+        done = run("get", FILE, self.target())
+        self.assertEqual((done.returncode, done.stderr), (0, b""))
+        self.assertEqual(digest_of(self.target()), self.expected)
+
     def test_without_datanodes_it_gives_up_with_a_reason(self):
         node("kill", *datanodes())
         self.addCleanup(self.revive, *datanodes())
@@ -239,10 +246,9 @@ class DeadDataNodes(Transfer):
         node("kill", *datanodes())
         self.addCleanup(self.revive, *datanodes())
         process = self.start("--verbose", "get", FILE, self.target(), stderr=subprocess.PIPE)
-        line = b"begin"
-        while line and b"are down" not in line:
-            line = process.stderr.readline()
-        process.send_signal(signal.SIGSTOP)  # between two attempts, until the DataNode is there
+        self.assertIn(b"are down", process.stderr.readline())
+        time.sleep(1)
+        process.send_signal(signal.SIGSTOP)  # in a pause between attempts, until the DataNode is there
         node("restart", "datanode2")
         process.send_signal(signal.SIGCONT)
         said = process.stderr.read().decode()
