@@ -16,8 +16,8 @@
 
 struct CommandContext;
 
-/// An option of a command. Options of several letters that begin with one dash ("-skipTrash") are possible, as people know
-/// them from `hdfs dfs`.
+/// An option of a command. Options of several letters that begin with one dash ("-skipTrash") are possible, as people
+/// know them from `hdfs dfs`.
 struct OptionDescription {
     std::string name;
     std::string help;
@@ -41,7 +41,7 @@ struct CommandDescription {
 
 /// What was typed behind a command's name.
 struct CommandArguments {
-    std::set<std::string> options;              ///< the names of the options given, also those with a value
+    std::set<std::string> options;             ///< the names of the options given, also those with a value
     std::map<std::string, std::string> values; ///< of those that take one
     std::vector<QByteArray> operands;
 

@@ -157,7 +157,8 @@ TEST(CommandLine, HelpIsThereForTheProgramAndForEveryCommand)
 {
     for (const Words &words : {Words{"--help"}, Words{"help"}, Words{"-help"}})
         EXPECT_EQ(helpOf(words).find("Works on HDFS through the plug-in QuorHDFS.\n"), 0u);
-    for (const Words &words : {Words{"ls", "--help"}, Words{"help", "ls"}, Words{"-help", "-ls"}, Words{"-ls", "--help"}})
+    for (const Words &words :
+         {Words{"ls", "--help"}, Words{"help", "ls"}, Words{"-help", "-ls"}, Words{"-ls", "--help"}})
         EXPECT_EQ(helpOf(words).find("Usage: marrowby ls "), 0u);
     EXPECT_EQ(helpOf({"--version"}).find("marrowby "), 0u);
 }

@@ -17,7 +17,8 @@ CommandDescription list()
             "[-C] [-d] [-h] [-q] [-R] [-t] [-S] [-r] [-u] [PATH]...",
             "lists directories and files",
             "Lists what is in each directory and each file itself; without PATH the home directory. A line holds the "
-            "permissions, the replication of a file, owner, group, size in bytes, time of the last modification and path. With -R the paths always "
+            "permissions, the replication of a file, owner, group, size in bytes, time of the last modification and "
+            "path. With -R the paths always "
             "come in the order of their names.",
             {{"-C", "only paths", ""},
              {"-d", "directories themselves, not what is in them", ""},
@@ -113,33 +114,37 @@ CommandDescription mv()
 
 CommandDescription setrep()
 {
-    return {"setrep",
-            "[-R] [-w] NUMBER PATH...",
-            "sets the replication of files",
-            "Sets how many replicas each file shall have, of a directory all files below it. The cluster makes or removes "
-            "them later by itself.",
-            {{"-R", "changes nothing; known from hdfs dfs", ""},
-             {"-w", "would wait until the replicas are there: sets the replication, says that it does not wait, and "
-                    "fails", ""}},
-            2,
-            kAnyNumber,
-            nullptr,
-            setReplications};
+    return {
+        "setrep",
+        "[-R] [-w] NUMBER PATH...",
+        "sets the replication of files",
+        "Sets how many replicas each file shall have, of a directory all files below it. The cluster makes or removes "
+        "them later by itself.",
+        {{"-R", "changes nothing; known from hdfs dfs", ""},
+         {"-w",
+          "would wait until the replicas are there: sets the replication, says that it does not wait, and "
+          "fails",
+          ""}},
+        2,
+        kAnyNumber,
+        nullptr,
+        setReplications};
 }
 
 CommandDescription chmod()
 {
-    return {"chmod",
-            "[-R] MODE[,MODE]...|OCTALMODE PATH...",
-            "changes permissions",
-            "OCTALMODE has three digits, with 1 before them for the sticky bit: 644, 1777. MODE is [ugoa][+-=][rwxXt], as "
-            "u+x, go-w or a+rX; without a class it means everybody. Of several MODEs for the same class the last one "
-            "counts.",
-            {{"-R", "all that is below a directory, too", ""}},
-            2,
-            kAnyNumber,
-            isModeWithDash,
-            changeModes};
+    return {
+        "chmod",
+        "[-R] MODE[,MODE]...|OCTALMODE PATH...",
+        "changes permissions",
+        "OCTALMODE has three digits, with 1 before them for the sticky bit: 644, 1777. MODE is [ugoa][+-=][rwxXt], as "
+        "u+x, go-w or a+rX; without a class it means everybody. Of several MODEs for the same class the last one "
+        "counts.",
+        {{"-R", "all that is below a directory, too", ""}},
+        2,
+        kAnyNumber,
+        isModeWithDash,
+        changeModes};
 }
 
 CommandDescription chown()
@@ -196,19 +201,21 @@ CommandDescription tail()
 
 CommandDescription get()
 {
-    return {"get",
-            "[-f] [-p] [-ignoreCrc] PATH... [TARGET]",
-            "copies files and directories to this machine",
-            "Copies each path into TARGET when that is a directory of this machine; otherwise the only path gets that name. "
-            "Without TARGET: into the working directory. TARGET - is standard output, for files. A file has its name only "
-            "once it is complete; until then it is called NAME._COPYING_.",
-            {{"-f", "overwrite files that are there", ""},
-             {"-p", "keep times and permissions, and owner and group as far as possible", ""},
-             {"-ignoreCrc", "changes nothing; known from hdfs dfs", ""}},
-            1,
-            kAnyNumber,
-            nullptr,
-            getPaths};
+    return {
+        "get",
+        "[-f] [-p] [-ignoreCrc] PATH... [TARGET]",
+        "copies files and directories to this machine",
+        "Copies each path into TARGET when that is a directory of this machine; otherwise the only path gets that "
+        "name. "
+        "Without TARGET: into the working directory. TARGET - is standard output, for files. A file has its name only "
+        "once it is complete; until then it is called NAME._COPYING_.",
+        {{"-f", "overwrite files that are there", ""},
+         {"-p", "keep times and permissions, and owner and group as far as possible", ""},
+         {"-ignoreCrc", "changes nothing; known from hdfs dfs", ""}},
+        1,
+        kAnyNumber,
+        nullptr,
+        getPaths};
 }
 
 CommandDescription configure()
@@ -230,9 +237,9 @@ CommandDescription configure()
 
 const std::vector<CommandDescription> &allCommands()
 {
-    static const std::vector<CommandDescription> commands = {list(),   stat(), test(), mkdir(), rm(),
-                                                             mv(),     setrep(), chmod(), chown(), cat(),
-                                                             head(),   tail(), get(),  configure()};
+    static const std::vector<CommandDescription> commands = {list(), stat(),   test(),  mkdir(),    rm(),
+                                                             mv(),   setrep(), chmod(), chown(),    cat(),
+                                                             head(), tail(),   get(),   configure()};
     return commands;
 }
 

@@ -8,9 +8,9 @@
 
 /// The values "hdfs" (HOST[:PORT][|INDEX[|USER[|further fields]]]) and "webhdfs".
 struct ConnectionSettings {
-    QString address;        ///< HOST or HOST:PORT as it stands; empty: nothing is configured
-    QString addressIndex;   ///< which of the host's addresses is tried first; empty: not stored
-    QString user;           ///< empty: not stored
+    QString address;      ///< HOST or HOST:PORT as it stands; empty: nothing is configured
+    QString addressIndex; ///< which of the host's addresses is tried first; empty: not stored
+    QString user;         ///< empty: not stored
     QStringList furtherFields;
     bool webHdfs = false;
 

@@ -21,10 +21,7 @@ class StoredSettings : public ::testing::Test
 protected:
     StoredSettings() { qputenv("XDG_CONFIG_HOME", QFile::encodeName(m_directory.path())); }
 
-    QStringList filesInDirectory() const
-    {
-        return QDir(m_directory.path()).entryList(QDir::Files | QDir::Hidden);
-    }
+    QStringList filesInDirectory() const { return QDir(m_directory.path()).entryList(QDir::Files | QDir::Hidden); }
 
     QTemporaryDir m_directory;
 };

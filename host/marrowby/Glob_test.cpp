@@ -95,7 +95,8 @@ TEST(Glob, ManyStarsAreDecidedInReasonableTime)
 TEST(Glob, UnclosedPatternsAreRefusedInTheWordsThatPeopleKnow)
 {
     EXPECT_EQ(refusalOf("sma{ll"), "Illegal file pattern: error parsing regexp: Unclosed group at pos 6: `sma{ll`");
-    EXPECT_EQ(refusalOf("sm[all"), "Illegal file pattern: error parsing regexp: Unclosed character class at pos 6: `sm[all`");
+    EXPECT_EQ(refusalOf("sm[all"),
+              "Illegal file pattern: error parsing regexp: Unclosed character class at pos 6: `sm[all`");
     EXPECT_EQ(refusalOf("[]"), "Illegal file pattern: error parsing regexp: missing closing ]: `[]`");
     EXPECT_TRUE(refusalOf("a\\").startsWith("Illegal file pattern: An escaped character does not present for glob"));
     EXPECT_EQ(refusalOf("a\\\\"), "accepted");

@@ -5,9 +5,9 @@
 #include <QtCore/QByteArray>
 
 /// From now on the first request to end (Ctrl-C, a closed terminal, the system's request) is only noted, for
-/// `checkForInterrupt`. The second one, and a second without an end after the first, removes what `removeAtAbruptEnd` named
-/// and ends the process where it stands: the plug-in cannot be called back from a server that says nothing. Writing to a
-/// closed pipe is an error and no signal.
+/// `checkForInterrupt`. The second one, and a second without an end after the first, removes what `removeAtAbruptEnd`
+/// named and ends the process where it stands: the plug-in cannot be called back from a server that says nothing.
+/// Writing to a closed pipe is an error and no signal.
 void watchForInterrupts();
 
 /// Throws Interrupted when an end was requested. Call it between two steps and when a step failed.

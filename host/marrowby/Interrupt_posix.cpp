@@ -14,8 +14,8 @@ const int kSignals[] = {SIGINT, SIGTERM, SIGHUP};
 
 volatile std::sig_atomic_t requested = 0;
 
-/// What the handler removes: plain memory that a handler may read at any moment. A place counts when `used` is set, which
-/// happens after its name is complete.
+/// What the handler removes: plain memory that a handler may read at any moment. A place counts when `used` is set,
+/// which happens after its name is complete.
 struct Leftover {
     volatile std::sig_atomic_t used;
     char path[4096];

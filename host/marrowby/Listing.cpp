@@ -54,10 +54,7 @@ private:
         });
     }
 
-    quint64 time(const Item &item) const
-    {
-        return m_accessTime ? item.entry.accessTime : item.entry.modificationTime;
-    }
+    quint64 time(const Item &item) const { return m_accessTime ? item.entry.accessTime : item.entry.modificationTime; }
 
     bool before(const Item &left, const Item &right) const
     {

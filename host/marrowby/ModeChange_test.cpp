@@ -109,8 +109,8 @@ TEST(ModeChange, TheAclMarkIsNoModeBit)
 
 TEST(ModeChange, WhatIsNoModeIsRefused)
 {
-    for (const char *text : {"", "abc", "u", "+", "u+", "o=", "u+s", "u=g", "ug+o", "u+rwx-w", "x+u", ",u+x", "u+x g+x",
-                             "u+x;g+x", "8"})
+    for (const char *text :
+         {"", "abc", "u", "+", "u+", "o=", "u+s", "u=g", "ug+o", "u+rwx-w", "x+u", ",u+x", "u+x g+x", "u+x;g+x", "8"})
         EXPECT_EQ(after(text, 0644), "refused") << text;
 }
 

@@ -16,8 +16,7 @@ const char kDirectoryVariable[] = "XDG_CONFIG_HOME";
 
 } // namespace
 
-OneRunSettings::OneRunSettings(const ConnectionSettings &settings)
-    : m_configurationBefore(qgetenv(kDirectoryVariable))
+OneRunSettings::OneRunSettings(const ConnectionSettings &settings) : m_configurationBefore(qgetenv(kDirectoryVariable))
 {
     m_directory = QFile::encodeName(QDir::tempPath() + QLatin1String("/marrowby-XXXXXX"));
     if (!::mkdtemp(m_directory.data())) // readable for its owner alone

@@ -43,8 +43,9 @@ TEST(OwnerChange, NothingIsNotEnough)
 
 TEST(OwnerChange, OtherCharactersAreRefused)
 {
-    for (const char *text : {"a b", "a#b", "a:b:c", "a$:b", "gr\xC3\xB6\xC3\x9F"
-                                                             "e",
+    for (const char *text : {"a b", "a#b", "a:b:c", "a$:b",
+                             "gr\xC3\xB6\xC3\x9F"
+                             "e",
                              "a\\b", "a*"})
         EXPECT_EQ(parsed(text), '\'' + QByteArray(text) + "' does not match expected pattern for [owner][:group].");
 }

@@ -12,10 +12,10 @@ struct PathArgument {
         WithScheme ///< "hdfs://host:port/data/x", "hdfs:///data/x"
     };
     Form form = Absolute;
-    QByteArray scheme;  ///< what stands before the path: "hdfs://host:port"; empty in the other forms
-    QByteArray pattern; ///< absolute and normalised; may hold wildcards and backslashes that take a meaning away
-    bool hasWildcard = false;   ///< so that it stands for whatever matches
-    QByteArray typed;   ///< the argument without such backslashes where it holds no wildcard: how messages call it
+    QByteArray scheme;        ///< what stands before the path: "hdfs://host:port"; empty in the other forms
+    QByteArray pattern;       ///< absolute and normalised; may hold wildcards and backslashes that take a meaning away
+    bool hasWildcard = false; ///< so that it stands for whatever matches
+    QByteArray typed; ///< the argument without such backslashes where it holds no wildcard: how messages call it
 };
 
 /// Knows where relative paths begin and which file system is meant. Paths are UTF-8 bytes.

@@ -73,8 +73,7 @@ TEST(PathNames, AColonAloneIsNoScheme)
 TEST(PathNames, SenselessPathsAreWrongUsage)
 {
     EXPECT_EQ(failureOf(""), "usage: Can not create a Path from an empty string");
-    EXPECT_EQ(failureOf("/../x"),
-              "usage: Pathname /../x from hdfs://localhost:9000/../x is not a valid DFS filename.");
+    EXPECT_EQ(failureOf("/../x"), "usage: Pathname /../x from hdfs://localhost:9000/../x is not a valid DFS filename.");
 }
 
 TEST(PathNames, MessagesCallAMissingPathAsItWasTyped)

@@ -8,10 +8,10 @@
 
 /// What there is to say about a transfer.
 struct TransferState {
-    QString name;             ///< of what is transferred
-    quint64 done = 0;         ///< bytes
-    quint64 total = 0;        ///< bytes
-    qint64 milliseconds = 0;  ///< since the beginning
+    QString name;              ///< of what is transferred
+    quint64 done = 0;          ///< bytes
+    quint64 total = 0;         ///< bytes
+    qint64 milliseconds = 0;   ///< since the beginning
     double bytesPerSecond = 0; ///< lately; 0: not known
 };
 

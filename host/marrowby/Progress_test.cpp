@@ -48,7 +48,8 @@ TEST(Progress, AnEvenNarrowerLineLosesWhatMattersLeast)
 TEST(Progress, NoWidthIsExceeded)
 {
     TransferState state = halfWay();
-    for (const char *name : {"x", "several-blocks.bin", "a-very-long-name-of-a-file-that-does-not-fit-anywhere.parquet"}) {
+    for (const char *name :
+         {"x", "several-blocks.bin", "a-very-long-name-of-a-file-that-does-not-fit-anywhere.parquet"}) {
         state.name = QLatin1String(name);
         for (int width = 0; width < 120; ++width)
             EXPECT_LE(progressLine(state, width).size(), width) << name << " in " << width;

@@ -260,5 +260,5 @@ class DeadDataNodes(Transfer):
 if __name__ == "__main__":
     missing = [name for name in ("hdfs", "marrowby", "private-hdfs") if not shutil.which(name)]
     if missing or "PRIVATE_HDFS_DATA" not in os.environ:
-        sys.exit("this needs the environment that ./run --exec prepares" + "".join(f"; there is no {name}" for name in missing))
+        sys.exit("this needs the environment that ./run --exec prepares" + "".join(f"; no {name}" for name in missing))
     unittest.main()
