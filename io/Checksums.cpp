@@ -143,8 +143,14 @@ int verifyChunkChecksums(const void *, const void *, std::uint32_t, std::uint32_
 
 bool isBlockSizeUnfit(std::int32_t blockSize, std::int32_t chunkSize)
 {
-    if (blockSize % chunkSize == 0)
+    // In 64 bits: the smallest 32-bit number divided by -1 has no 32-bit result.
+    if (chunkSize != 0 && static_cast<std::int64_t>(blockSize) % chunkSize == 0)
         return false;
-    logToHost(QString::fromLatin1("Block size %1 is not a multiple of chunk size %2.").arg(blockSize).arg(chunkSize));
+    logUnfitBlockSize(blockSize, chunkSize);
     return true;
+}
+
+void logUnfitBlockSize(std::int32_t blockSize, std::int32_t chunkSize)
+{
+    logToHost(QString::fromLatin1("Block size %1 is not a multiple of chunk size %2.").arg(blockSize).arg(chunkSize));
 }

@@ -33,8 +33,11 @@ bool computeChunkChecksums(Crc32cState *state, unsigned char *checksums, const v
 int verifyChunkChecksums(const void *data, const void *checksums, std::uint32_t type, std::uint32_t bytesPerChecksum,
                          std::uint64_t length);
 
-/// Whether a file of `blockSize` cannot be written in chunks of `chunkSize` bytes (never 0). True after logging
-/// "Block size %1 is not a multiple of chunk size %2.".
+/// Whether a file of `blockSize` cannot be written in chunks of `chunkSize` bytes; in none of 0 bytes. True after
+/// logUnfitBlockSize.
 bool isBlockSizeUnfit(std::int32_t blockSize, std::int32_t chunkSize);
+
+/// Logs "Block size %1 is not a multiple of chunk size %2.".
+void logUnfitBlockSize(std::int32_t blockSize, std::int32_t chunkSize);
 
 #endif

@@ -5,6 +5,8 @@
 #include "io/DataNodeStream.h"
 #include "io/DataTransferProtocol.h"
 #include "io/HdfsFileReader.h"
+#include "io/OpAnswer.h"
+#include "io/OpRequest.h"
 #include "rpc/HostLog.h"
 #include "rpc/MemoryStream.h"
 #include "rpc/PbText.h"
@@ -48,7 +50,6 @@ const std::uint32_t kAttemptsPerLocation = 3;
 /// What a DataNode's packets are usually like. Only a guess for how much can be received at once.
 const std::uint32_t kUsualPacketHeaderSize = 25;
 const std::uint32_t kUsualPacketDataSize = 64 * 1024;
-const std::uint32_t kAnswerStartSize = 4; ///< bytes received to learn an answer's length
 
 struct Failure {
     Failure(Step step_ = NoFailure, const char *codecError_ = nullptr)
@@ -121,40 +122,19 @@ void logFailure(const Failure &failure, std::uint64_t blockId)
     }
 }
 
-/// Version, op code, message length and `OpReadBlockProto`; empty after logging an encoding failure.
+/// Empty after logging an encoding failure.
 QByteArray encodeRequest(const LocatedBlock &block, std::uint64_t offsetInBlock, std::uint64_t length)
 {
-    const ByteString poolId = block.poolId();
-    const ByteString identifier = block.tokenIdentifier();
-    const ByteString password = block.tokenPassword();
-    const ByteString kind = block.tokenKind();
-    const ByteString service = block.tokenService();
+    const BlockIdentity identity(&block);
     OpReadBlockProto request = OpReadBlockProto_init_default;
-    BaseHeaderProto &base = request.header.baseHeader;
-    base.block.poolId = sendBytes(&poolId);
-    base.block.blockId = block.blockId;
-    base.block.generationStamp = block.generationStamp;
-    base.has_token = true;
-    base.token.identifier = sendBytes(&identifier);
-    base.token.password = sendBytes(&password);
-    base.token.kind = sendBytes(&kind);
-    base.token.service = sendBytes(&service);
-    request.header.clientName = sendCString(kClientName);
+    identity.describe(&request.header);
     request.offset = offsetInBlock;
     request.len = length;
-
-    pb_byte_t encoded[kOpMessageLimit];
-    pb_ostream_t stream = pb_ostream_from_buffer(encoded, sizeof encoded);
-    if (!pb_encode(&stream, OpReadBlockProto_fields, &request)) {
-        logToHost(QString::fromLatin1("ERROR HDFS: Encoding failed: %1").arg(codecErrorText(PB_GET_ERROR(&stream))));
-        return QByteArray();
-    }
-    unsigned char head[kOpPrefixSize + kMaxVarintSize] = {kDataTransferVersion >> 8, kDataTransferVersion & 0xFF,
-                                                          kOpReadBlock};
-    const unsigned char *headEnd =
-        writeVarint32(head + kOpPrefixSize, static_cast<std::uint32_t>(stream.bytes_written));
-    QByteArray bytes(reinterpret_cast<const char *>(head), static_cast<int>(headEnd - head));
-    return bytes.append(reinterpret_cast<const char *>(encoded), static_cast<int>(stream.bytes_written));
+    const char *error = nullptr;
+    const QByteArray bytes = encodeOpRequest(kOpReadBlock, OpReadBlockProto_fields, &request, &error);
+    if (bytes.isEmpty())
+        logToHost(QString::fromLatin1("ERROR HDFS: Encoding failed: %1").arg(codecErrorText(error)));
+    return bytes;
 }
 
 /// What an answer says about the packets that follow it.
@@ -177,8 +157,8 @@ class BlockExchange
 public:
     BlockExchange(TcpSocket *socket, Scratch *scratch, std::uint64_t offsetInBlock, std::uint32_t wanted, char *output)
         : m_socket(socket), m_stream(socket), m_scratch(scratch), m_layout(), m_nextOffset(offsetInBlock),
-          m_wanted(wanted), m_output(output), m_isFirstPacket(true), m_lastHeaderSize(kUsualPacketHeaderSize),
-          m_lastDataLength(kUsualPacketDataSize)
+          m_wanted(wanted), m_output(output), m_isFirstPacket(true), m_checksumsUsed(0),
+          m_lastHeaderSize(kUsualPacketHeaderSize), m_lastDataLength(kUsualPacketDataSize)
     {
     }
 
@@ -186,7 +166,6 @@ public:
 
 private:
     Failure receiveAnswer();
-    Failure decodeAnswer(const char *message, std::uint32_t size);
     Failure readPacket();
     Failure receivePacketHeader(PacketHeaderProto *header);
     const char *whatIsWrongWith(const PacketHeaderProto &header) const;
@@ -196,7 +175,7 @@ private:
     Failure readFirstChunk(std::uint32_t skip, std::uint32_t *dataLeft);
     Failure readPartOfPacket(std::uint32_t dataLeft);
     Failure readWholePacket(std::uint32_t dataLeft);
-    bool verify(const char *data, std::uint32_t length) const;
+    bool verify(const char *data, std::uint32_t length);
     void packetRead();
 
     TcpSocket *m_socket;
@@ -207,6 +186,7 @@ private:
     std::uint32_t m_wanted;     ///< bytes still to come
     char *m_output;
     bool m_isFirstPacket;
+    std::uint32_t m_checksumsUsed;  ///< bytes of the packet's checksums that belong to data already verified
     std::uint32_t m_lastHeaderSize; ///< of the packet before; what is usual before the first one
     std::uint32_t m_lastDataLength; ///< the same
 };
@@ -218,38 +198,26 @@ Failure BlockExchange::run(const QByteArray &request)
     Failure failure = receiveAnswer();
     while (failure.step == NoFailure && m_wanted > 0)
         failure = readPacket();
-    if (failure.step == NoFailure)
-        m_stream.statuses().sendWaiting(); // the data are there: whether the DataNode still listens does not matter
+    // The data are there: a DataNode that no longer listens is only not used again.
+    if (failure.step == NoFailure && !m_stream.statuses().sendWaiting())
+        m_socket->close();
     return failure;
 }
 
 Failure BlockExchange::receiveAnswer()
 {
-    unsigned char start[kMaxVarintSize] = {0};
-    if (m_stream.receiveExactly(start, kAnswerStartSize) != 0)
+    pb_istream_t stream = memoryStream(nullptr, 0);
+    switch (receiveOpAnswer(&m_stream, &m_scratch->message, &stream)) {
+    case AnswerLengthNotReceived:
         return ReceiveAnswerLength;
-    std::uint64_t length = 0;
-    const std::uint32_t lengthSize = static_cast<std::uint32_t>(readVarint64(start, &length));
-    if (length == 0 || lengthSize > kAnswerStartSize)
+    case AnswerLengthErroneous:
         return AnswerLength;
-
-    QByteArray &message = m_scratch->message;
-    const std::uint32_t early = kAnswerStartSize - lengthSize; // bytes behind the length that have come with it
-    if (length <= early) {
-        // An answer of one or two bytes: the others are the first of what follows.
-        m_stream.putBack(start + lengthSize + length, early - static_cast<std::uint32_t>(length));
-        return decodeAnswer(reinterpret_cast<const char *>(start + lengthSize), static_cast<std::uint32_t>(length));
-    }
-    m_stream.putBack(start + lengthSize, early);
-    if (receiveAnnounced(m_stream, &message, static_cast<std::uint32_t>(length)) != 0)
+    case AnswerNotReceived:
         return ReceiveAnswer;
-    return decodeAnswer(message.constData(), static_cast<std::uint32_t>(length));
-}
-
-Failure BlockExchange::decodeAnswer(const char *message, std::uint32_t size)
-{
+    case AnswerReceived:
+        break;
+    }
     BlockOpResponseProto answer = BlockOpResponseProto_init_default;
-    pb_istream_t stream = memoryStream(message, size);
     if (!pb_decode(&stream, BlockOpResponseProto_fields, &answer))
         return Failure(DecodeAnswer, PB_GET_ERROR(&stream));
     // The status is not looked at: a DataNode that refuses sends no packets, and that is noticed next.
@@ -353,6 +321,7 @@ Failure BlockExchange::receiveChecksums(std::uint32_t dataLength)
     if (size > std::numeric_limits<std::uint32_t>::max() ||
         receiveAnnounced(m_stream, &m_scratch->checksums, static_cast<std::uint32_t>(size)) != 0)
         return ReceiveChecksums;
+    m_checksumsUsed = 0;
     return NoFailure;
 }
 
@@ -410,10 +379,12 @@ Failure BlockExchange::readWholePacket(std::uint32_t dataLeft)
     return NoFailure;
 }
 
-bool BlockExchange::verify(const char *data, std::uint32_t length) const
+/// Looks at the packet's next `length` bytes: whole chunks, or its last ones.
+bool BlockExchange::verify(const char *data, std::uint32_t length)
 {
-    return verifyChunkChecksums(data, m_scratch->checksums.constData(), m_layout.type, m_layout.bytesPerChecksum,
-                                length) == 0;
+    const char *const checksums = m_scratch->checksums.constData() + m_checksumsUsed;
+    m_checksumsUsed += static_cast<std::uint32_t>(checksumBytes(length));
+    return verifyChunkChecksums(data, checksums, m_layout.type, m_layout.bytesPerChecksum, length) == 0;
 }
 
 void BlockExchange::packetRead()

@@ -200,6 +200,24 @@ TEST_F(ReadStatuses, LastOnesThatCannotBeSentDoNotMatterAnyMore)
     EXPECT_EQ(0, reader->blocks[0]->firstLocation->down);
 }
 
+TEST_F(ReadStatuses, KeptConnectionThatDoesNotTakeTheLastOnesIsNotUsedAgain)
+{
+    serving.keepsConnection = true;
+    file.dataNode().serve(serving);
+    reader->connection->keepDataNodeConnection = true;
+    {
+        SystemCallFaults faults;
+        faults.fail(SystemCall::Send, 2, ECONNRESET);
+        EXPECT_EQ(1024u, readAt(reader.get(), 0, 1024).result);
+        EXPECT_TRUE(faults.hasFailed(SystemCall::Send));
+        EXPECT_EQ(platform::kInvalidSocket, reader->connection->dataNodeSocket.handle);
+    }
+    EXPECT_EQ(1024u, readAt(reader.get(), 0, 1024).result);
+    EXPECT_TRUE(log.holds({}));
+    EXPECT_EQ(2u, file.connectionCount());
+    EXPECT_EQ(0, reader->blocks[0]->firstLocation->down);
+}
+
 TEST_F(ReadStatuses, WaitingOnesThatCannotBeSentToASilentPeerFailTheReceive)
 {
     const ShortPatience patience(kReadStatusPatience, 20);

@@ -37,6 +37,12 @@ void DataNodeStream::receiveAhead(std::uint32_t length)
     m_aheadEnd = static_cast<int>(std::max<std::int64_t>(0, receiveSome(m_ahead.data(), length)));
 }
 
+std::int32_t DataNodeStream::bytesAvailable() const
+{
+    const std::int32_t available = m_socket->bytesAvailable();
+    return available < 0 ? available : available + (m_aheadEnd - m_aheadStart);
+}
+
 void DataNodeStream::putBack(const void *bytes, std::uint32_t length)
 {
     m_ahead = QByteArray(static_cast<const char *>(bytes), static_cast<int>(length));

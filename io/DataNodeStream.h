@@ -26,6 +26,9 @@ public:
     /// the next receiveExactly.
     void receiveAhead(std::uint32_t length);
 
+    /// Bytes that can be received without blocking; negative when there is no socket to ask.
+    std::int32_t bytesAvailable() const;
+
     /// Puts bytes that belong to the stream's next piece in front of what comes.
     void putBack(const void *bytes, std::uint32_t length);
 

@@ -2,6 +2,7 @@
 
 #include "io/DataNodeBlockRead.h"
 #include "io/DataNodeSocket.h"
+#include "io/WebHdfsBlockRead.h"
 #include "rpc/ClientProtocolCall.h"
 #include "rpc/HostLog.h"
 
@@ -172,13 +173,10 @@ std::uint32_t HdfsFileReader::read(char *buffer, std::uint32_t length, std::int3
         return kReadNoLocation;
     }
 
-    std::uint32_t result;
-    if (connection->useWebHdfs) {
-        logToHost("ERROR WebHDFS: reading through WebHDFS is not part of this version");
-        result = kReadFailed;
-    } else {
-        result = readFromDataNodes(*this, &index, static_cast<std::uint64_t>(position - block->offset), wanted, buffer);
-    }
+    const std::uint64_t offsetInBlock = static_cast<std::uint64_t>(position - block->offset);
+    const std::uint32_t result = connection->useWebHdfs
+                                     ? readThroughWebHdfs(*this, &index, offsetInBlock, wanted, buffer)
+                                     : readFromDataNodes(*this, &index, offsetInBlock, wanted, buffer);
     if (result == wanted) {
         *cursor = index;
         position += wanted;

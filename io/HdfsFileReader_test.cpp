@@ -511,16 +511,6 @@ TEST_F(Reader, NoDataNodeSocketStaysOpenAfterAnyKindOfRead)
     EXPECT_EQ(platform::kInvalidSocket, file.connection.dataNodeSocket.handle);
 }
 
-TEST_F(Reader, ReadThroughWebHdfsFailsAsLongAsThereIsNone)
-{
-    file.connection.useWebHdfs = true;
-    const std::unique_ptr<HdfsFileReader> reader = file.open();
-    EXPECT_EQ(kReadFailed, readAt(reader.get(), 120, 10).result);
-    EXPECT_EQ(120, reader->position);
-    EXPECT_EQ(0u, file.connectionCount());
-    EXPECT_TRUE(log.holds({"ERROR WebHDFS: reading through WebHDFS is not part of this version"}));
-}
-
 // Large lists and failing calls.
 
 TEST_F(Reader, ListOfAHundredThousandBlocksComesInOneCallAndStaysUnderSixtyMebibytes)

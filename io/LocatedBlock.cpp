@@ -2,6 +2,7 @@
 
 #include "rpc/PbText.h"
 
+#include "ClientProtocolMessages.pb.h"
 #include "HdfsMessages.pb.h"
 
 #include <cstdlib>
@@ -86,15 +87,6 @@ bool decodeLocation(pb_istream_t *stream, const pb_field_t *, void **argument)
     return true;
 }
 
-void freeLocations(DataNodeLocation *location)
-{
-    while (location) {
-        DataNodeLocation *next = location->next;
-        std::free(location);
-        location = next;
-    }
-}
-
 /// The collected texts of a `LocatedBlockProto`.
 struct BlockTexts {
     BlockTexts()
@@ -109,7 +101,7 @@ struct BlockTexts {
     ByteString service;
 };
 
-bool decodeBlockMessage(pb_istream_t *stream, LocatedBlockProto *message, BlockTexts *texts, LocationList *locations)
+void collect(LocatedBlockProto *message, BlockTexts *texts, LocationList *locations)
 {
     message->b.poolId = collectTo(&texts->poolId);
     message->blockToken.identifier = collectTo(&texts->identifier);
@@ -117,7 +109,6 @@ bool decodeBlockMessage(pb_istream_t *stream, LocatedBlockProto *message, BlockT
     message->blockToken.kind = collectTo(&texts->kind);
     message->blockToken.service = collectTo(&texts->service);
     message->locs = decodeEach(decodeLocation, locations);
-    return decodeInitialised(stream, LocatedBlockProto_fields, message);
 }
 
 LocatedBlock *newBlock(const LocatedBlockProto &message, const BlockTexts &texts, const LocationList &locations)
@@ -204,7 +195,8 @@ bool appendLocatedBlock(pb_istream_t *stream, LocatedBlockList *list)
     LocatedBlockProto message = LocatedBlockProto_init_default;
     BlockTexts texts;
     LocationList locations;
-    if (!decodeBlockMessage(stream, &message, &texts, &locations)) {
+    collect(&message, &texts, &locations);
+    if (!decodeInitialised(stream, LocatedBlockProto_fields, &message)) {
         freeLocations(locations.head);
         return false;
     }
@@ -226,12 +218,52 @@ bool appendLocatedBlock(pb_istream_t *stream, LocatedBlockList *list)
     return true;
 }
 
+LocatedBlock *decodeAddedBlock(pb_istream_t *stream)
+{
+    AddBlockResponseProto response = AddBlockResponseProto_init_default;
+    BlockTexts texts;
+    LocationList locations;
+    collect(&response.block, &texts, &locations);
+    LocatedBlock *block = nullptr;
+    if (decodeInitialised(stream, AddBlockResponseProto_fields, &response)) {
+        block = newBlock(response.block, texts, locations);
+        if (!block)
+            PB_SET_ERROR(stream, "out of memory");
+    }
+    if (!block)
+        freeLocations(locations.head);
+    return block;
+}
+
+void moveFirstLocation(LocatedBlock *block, DataNodeLocation **list)
+{
+    DataNodeLocation *location = block->firstLocation;
+    if (!location)
+        return;
+    block->firstLocation = location->next;
+    block->currentLocation = location->next;
+    --block->locationCount;
+    location->next = nullptr;
+    while (*list)
+        list = &(*list)->next;
+    *list = location;
+}
+
 LocatedBlock *newSentinelBlock(std::uint64_t fileLength)
 {
     LocatedBlock *sentinel = static_cast<LocatedBlock *>(std::calloc(1, sizeof(LocatedBlock) + 5));
     if (sentinel)
         sentinel->offset = static_cast<std::int64_t>(fileLength);
     return sentinel;
+}
+
+void freeLocations(DataNodeLocation *first)
+{
+    while (first) {
+        DataNodeLocation *next = first->next;
+        std::free(first);
+        first = next;
+    }
 }
 
 void freeLocatedBlock(LocatedBlock *block)

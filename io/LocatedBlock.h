@@ -62,8 +62,18 @@ struct LocatedBlockList {
 /// there is no memory; the list is unchanged then.
 bool appendLocatedBlock(pb_istream_t *stream, LocatedBlockList *list);
 
+/// Decodes the response to addBlock (`AddBlockResponseProto`), all of `stream`. The caller owns the block; null with
+/// the stream's error set when it cannot be decoded or there is no memory.
+LocatedBlock *decodeAddedBlock(pb_istream_t *stream);
+
+/// Takes the first location out of a block and puts it at the end of `*list`; nothing when there is none.
+void moveFirstLocation(LocatedBlock *block, DataNodeLocation **list);
+
 /// A block without texts and locations; null when there is no memory.
 LocatedBlock *newSentinelBlock(std::uint64_t fileLength);
+
+/// Frees a list of locations; null is allowed.
+void freeLocations(DataNodeLocation *first);
 
 /// Frees a block with its locations; null is allowed.
 void freeLocatedBlock(LocatedBlock *block);

@@ -42,6 +42,12 @@ NameNodeConnection *newConnection()
     return new NameNodeConnection;
 }
 
+/// A decimal number in the store that is not 0.
+bool isSwitchedOn(const QSettings &settings, const char *name)
+{
+    return platform::settingText(settings, QLatin1String(name), QLatin1String("0")).toInt() != 0;
+}
+
 QString withAddressIndex(const HdfsSetting &setting, int index)
 {
     QStringList fields = setting.fields;
@@ -61,7 +67,8 @@ NameNodeConnection *connectFromSettings(QString *userName)
     const HdfsSetting setting = parseHdfsSetting(platform::settingText(*settings, QLatin1String("hdfs")));
     if (setting.host.isEmpty())
         return nullptr; // the connection is deliberately left allocated
-    const bool useWebHdfs = platform::settingText(*settings, QLatin1String("webhdfs"), QLatin1String("0")).toInt() != 0;
+    const bool useWebHdfs = isSwitchedOn(*settings, "webhdfs");
+    connection->abandonsFailedBlocks = isSwitchedOn(*settings, "abandonBlock");
     if (userName)
         *userName = setting.user;
 

@@ -246,6 +246,23 @@ TEST_F(ConnectionSetup, AnyNumberButZeroChoosesWebHdfs)
     }
 }
 
+TEST_F(ConnectionSetup, AnyNumberButZeroMakesWritersGiveFailedBlocksBack)
+{
+    ASSERT_TRUE(connectWith("127.0.0.1:%1"));
+    EXPECT_FALSE(connection->abandonsFailedBlocks);
+    for (const char *value : {"1", "2", "-1"}) {
+        settings.set("abandonBlock", value);
+        ASSERT_TRUE(connectWith("127.0.0.1:%1"));
+        EXPECT_TRUE(connection->abandonsFailedBlocks) << value;
+        EXPECT_FALSE(connection->useWebHdfs);
+    }
+    for (const char *value : {"0", "", "yes"}) {
+        settings.set("abandonBlock", value);
+        ASSERT_TRUE(connectWith("127.0.0.1:%1"));
+        EXPECT_FALSE(connection->abandonsFailedBlocks) << value;
+    }
+}
+
 TEST_F(ConnectionSetup, TheHostIsPassedOnInLatin1)
 {
     settings.set("hdfs", text("n\xc3\xa4menode"));

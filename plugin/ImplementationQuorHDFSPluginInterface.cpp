@@ -1,6 +1,8 @@
 #include "plugin/ImplementationQuorHDFSPluginInterface.h"
 
+#include "io/HdfsFileCopy.h"
 #include "io/HdfsFileReader.h"
+#include "io/HdfsFileWriter.h"
 #include "plugin/ConnectionSetup.h"
 #include "rpc/ClientProtocol.h"
 #include "rpc/HostLog.h"
@@ -53,11 +55,11 @@ HdfsFileReader *ImplementationQuorHDFSPluginInterface::openReader(NameNodeConnec
     return HdfsFileReader::open(connection, path);
 }
 
-HdfsFileWriter *ImplementationQuorHDFSPluginInterface::createWriter(NameNodeConnection *, QByteArray, quint32, quint16,
-                                                                    qint64)
+HdfsFileWriter *ImplementationQuorHDFSPluginInterface::createWriter(NameNodeConnection *connection, QByteArray path,
+                                                                    quint32 permission, quint16 replication,
+                                                                    qint64 blockSize)
 {
-    logMissing("createWriter");
-    return nullptr;
+    return HdfsFileWriter::create(connection, path, permission, replication, blockSize);
 }
 
 qint32 ImplementationQuorHDFSPluginInterface::fileExists(NameNodeConnection *connection, QByteArray path, bool *exists,
@@ -78,11 +80,10 @@ HdfsFileStatus *ImplementationQuorHDFSPluginInterface::getListing(NameNodeConnec
     return ClientProtocol::getListing(connection, path, count);
 }
 
-qint32 ImplementationQuorHDFSPluginInterface::copy(NameNodeConnection *, QByteArray, QByteArray)
+qint32 ImplementationQuorHDFSPluginInterface::copy(NameNodeConnection *connection, QByteArray source,
+                                                   QByteArray destination)
 {
-    const qint32 kDestinationNotOpened = 6;
-    logMissing("copy");
-    return kDestinationNotOpened;
+    return copyHdfsFile(connection, source, destination);
 }
 
 qint32 ImplementationQuorHDFSPluginInterface::rename(NameNodeConnection *connection, QByteArray source,
@@ -159,50 +160,43 @@ quint32 ImplementationQuorHDFSPluginInterface::read(HdfsFileReader *reader, char
 void ImplementationQuorHDFSPluginInterface::deleteWriter(HdfsFileWriter *writer)
 {
     if (writer)
-        logMissing("deleteWriter");
+        writer->finish();
+    delete writer;
 }
 
-qint32 ImplementationQuorHDFSPluginInterface::closeWriter(HdfsFileWriter *, const char *, quint32)
+qint32 ImplementationQuorHDFSPluginInterface::closeWriter(HdfsFileWriter *writer, const char *buffer, quint32 length)
 {
-    const qint32 kNotCreated = 4;
-    logMissing("closeWriter");
-    return kNotCreated;
+    return writer->close(buffer, length);
 }
 
-qint64 ImplementationQuorHDFSPluginInterface::bytesWritten(HdfsFileWriter *)
+qint64 ImplementationQuorHDFSPluginInterface::bytesWritten(HdfsFileWriter *writer)
 {
-    logMissing("bytesWritten");
-    return 0;
+    return static_cast<qint64>(writer->totalWritten());
 }
 
-qint32 ImplementationQuorHDFSPluginInterface::write(HdfsFileWriter *, const char *, quint32)
+qint32 ImplementationQuorHDFSPluginInterface::write(HdfsFileWriter *writer, const char *buffer, quint32 length)
 {
-    const qint32 kBlockNotWritten = 2;
-    logMissing("write");
-    return kBlockNotWritten;
+    return writer->write(buffer, length);
 }
 
-void ImplementationQuorHDFSPluginInterface::setSyncBlock(HdfsFileWriter *, quint8)
+void ImplementationQuorHDFSPluginInterface::setSyncBlock(HdfsFileWriter *writer, quint8 flag)
 {
-    logMissing("setSyncBlock");
+    writer->setSyncBlock(flag);
 }
 
-quint8 ImplementationQuorHDFSPluginInterface::syncBlock(HdfsFileWriter *)
+quint8 ImplementationQuorHDFSPluginInterface::syncBlock(HdfsFileWriter *writer)
 {
-    logMissing("syncBlock");
-    return 0;
+    return writer->syncBlock();
 }
 
-bool ImplementationQuorHDFSPluginInterface::setChunkSize(HdfsFileWriter *, quint32)
+bool ImplementationQuorHDFSPluginInterface::setChunkSize(HdfsFileWriter *writer, quint32 chunkSize)
 {
-    logMissing("setChunkSize");
-    return true;
+    return writer->setChunkSize(chunkSize);
 }
 
-quint32 ImplementationQuorHDFSPluginInterface::chunkSize(HdfsFileWriter *)
+quint32 ImplementationQuorHDFSPluginInterface::chunkSize(HdfsFileWriter *writer)
 {
-    logMissing("chunkSize");
-    return 0;
+    return writer->chunkSize();
 }
 
 QString ImplementationQuorHDFSPluginInterface::getOpenFileName(QWidget *, QString, QString, QString)

@@ -233,24 +233,10 @@ TEST_F(PluginEntry, TakesNullHandlesWhereHostsMayPassThem)
 TEST_F(PluginEntry, SaysSoForEachOperationThatThisVersionDoesNotHave)
 {
     QuorHDFSPluginInterface *const interface = hdfs();
-    char buffer[4] = {1, 2, 3, 4};
     const struct {
         const char *name;
         std::function<bool()> failsAsDocumented;
     } missing[] = {
-        {"createWriter", [=] { return interface->createWriter(nullptr, "/f", 0644, 3, 1048576) == nullptr; }},
-        {"copy", [=] { return interface->copy(nullptr, "/a", "/b") != 0; }},
-        {"closeWriter", [=, &buffer] { return interface->closeWriter(nullptr, buffer, 4) != 0; }},
-        {"bytesWritten", [=] { return interface->bytesWritten(nullptr) == 0; }},
-        {"write", [=, &buffer] { return interface->write(nullptr, buffer, 4) != 0; }},
-        {"setSyncBlock",
-         [=] {
-             interface->setSyncBlock(nullptr, 1);
-             return true;
-         }},
-        {"syncBlock", [=] { return interface->syncBlock(nullptr) == 0; }},
-        {"setChunkSize", [=] { return interface->setChunkSize(nullptr, 1024); }},
-        {"chunkSize", [=] { return interface->chunkSize(nullptr) == 0; }},
         {"getOpenFileName", [=] { return interface->getOpenFileName(nullptr, "c", "d", "f").isEmpty(); }},
         {"getSaveFileName", [=] { return interface->getSaveFileName(nullptr, "c", "d", "f").isEmpty(); }},
         {"getExistingDirectory", [=] { return interface->getExistingDirectory(nullptr, "c", "d").isEmpty(); }},
@@ -392,6 +378,56 @@ TEST_F(PluginSession, PassesEveryReaderOperationOn)
     EXPECT_EQ(0u,
               log.find("ExceptionClassName=java.io.FileNotFoundException\nerrorMsg=File does not exist: /missing\n"))
         << log;
+}
+
+TEST_F(PluginSession, PassesEveryWriterOperationOn)
+{
+    nameNode.answerException("create", "org.apache.hadoop.security.AccessControlException", "no");
+    HdfsFileWriter *const writer = hdfs()->createWriter(connection, "/f", 0640, 7, 1048576);
+    ASSERT_TRUE(writer);
+    EXPECT_EQ(0, hdfs()->syncBlock(writer));
+    hdfs()->setSyncBlock(writer, 3);
+    EXPECT_EQ(3, hdfs()->syncBlock(writer));
+    EXPECT_EQ(1024u, hdfs()->chunkSize(writer));
+    EXPECT_FALSE(hdfs()->setChunkSize(writer, 512));
+    EXPECT_EQ(512u, hdfs()->chunkSize(writer));
+    logOf([this, writer] { EXPECT_TRUE(hdfs()->setChunkSize(writer, 1000)); });
+    EXPECT_EQ(1000u, hdfs()->chunkSize(writer));
+    EXPECT_EQ(0, hdfs()->write(writer, "12345", 5));
+    EXPECT_EQ(5, hdfs()->bytesWritten(writer));
+    EXPECT_TRUE(nameNode.calls().empty());
+    const std::string log = logOf([this, writer] {
+        EXPECT_EQ(4, hdfs()->closeWriter(writer, "678", 3));
+        EXPECT_EQ(8, hdfs()->bytesWritten(writer));
+        EXPECT_EQ(2, hdfs()->write(writer, "9", 1));
+        hdfs()->deleteWriter(writer);
+    });
+    EXPECT_EQ("ExceptionClassName=org.apache.hadoop.security.AccessControlException\nerrorMsg=no\n", log);
+    ASSERT_EQ(1u, nameNode.calls().size());
+    const oracle::CreateRequestProto request = nameNode.calls("create")[0].as<oracle::CreateRequestProto>();
+    EXPECT_EQ("/f", request.src());
+    EXPECT_EQ(0640u, request.masked().perm());
+    EXPECT_EQ(7u, request.replication());
+    EXPECT_EQ(1048576u, request.blocksize());
+    logOf([this] { EXPECT_EQ(nullptr, hdfs()->createWriter(connection, "/f", 0640, 7, 1000)); });
+}
+
+TEST_F(PluginSession, DeletedWriterIsClosedBefore)
+{
+    nameNode.answerException("create", "org.apache.hadoop.security.AccessControlException", "no");
+    HdfsFileWriter *const writer = hdfs()->createWriter(connection, "/f", 0640, 7, 1048576);
+    ASSERT_TRUE(writer);
+    EXPECT_EQ(0, hdfs()->write(writer, "12345", 5));
+    logOf([this, writer] { hdfs()->deleteWriter(writer); });
+    EXPECT_EQ(1u, nameNode.calls("create").size());
+}
+
+TEST_F(PluginSession, PassesTheCopyOn)
+{
+    nameNode.answer("getFileInfo", oracle::GetFileInfoResponseProto());
+    const std::string log = logOf([this] { EXPECT_EQ(3, hdfs()->copy(connection, "/from", "/to")); });
+    EXPECT_EQ("File not found\n", log);
+    EXPECT_EQ("/from", nameNode.calls("getFileInfo").at(0).as<oracle::GetFileInfoRequestProto>().src());
 }
 
 TEST_F(PluginSession, DisconnectsAndKeepsTheConnectionObject)

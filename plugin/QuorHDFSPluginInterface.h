@@ -47,7 +47,8 @@ public:
     /// the first `connect`. Further calls do nothing. Returns 0 when ready, 1 on failure.
     virtual qint32 initialize() = 0;
 
-    /// Connects to the NameNode of the user's settings (values "hdfs" and "webhdfs"). Returns null
+    /// Connects to the NameNode of the user's settings (values "hdfs", "webhdfs" and
+    /// "abandonBlock"). Returns null
     /// when nothing is configured (no message) or when the connection failed (logged). A
     /// connection that was reached at another of its host's addresses than remembered is noted in
     /// the settings. Release with `deleteConnection`.
@@ -64,9 +65,12 @@ public:
     /// or when the NameNode refuses. Release with `deleteReader`, before the connection.
     virtual HdfsFileReader *openReader(NameNodeConnection *connection, QByteArray path) = 0;
 
-    /// Creates a writer for a new file (an existing one is replaced at the first block). `permission`
-    /// in mode bits (0644), `blockSize` in bytes, a multiple of 1024. Returns null on failure.
-    /// Release with `deleteWriter`, before the connection.
+    /// Creates a writer for a new file; nothing is sent. The file comes into being, with its missing parent
+    /// directories and in place of one that is there, with the first block or with a `closeWriter` without
+    /// data. `permission` in mode bits (0644). Of `blockSize`, in bytes, the low 32 bits count; they must be a
+    /// multiple of 1024 and not 0. Returns null on failure. Release with `deleteWriter`, before the connection.
+    /// Nothing renews the NameNode's lease on an open file: one to which no block has been written for minutes
+    /// may be lost to another writer or to the cluster's recovery, and the next write or the close fails then.
     virtual HdfsFileWriter *createWriter(NameNodeConnection *connection, QByteArray path, quint32 permission,
                                          quint16 replication, qint64 blockSize) = 0;
 
@@ -85,9 +89,11 @@ public:
     /// `freeListing`.
     virtual HdfsFileStatus *getListing(NameNodeConnection *connection, QByteArray path, qint32 *count) = 0;
 
-    /// Copies one HDFS file to another HDFS path through this machine. 0 copied; 1 not connected;
-    /// 2 no status of the source; 3 the source does not exist; 4 out of memory; 5 the source could not
-    /// be opened; 6 the destination could not be created; 7 a read failed; 8 a write failed.
+    /// Copies one HDFS file to another HDFS path through this machine, with its block size, replication and
+    /// permission; an existing destination is replaced. 0 copied, also when closing the destination failed (see
+    /// the log); 1 not connected; 2 no status of the source; 3 the source does not exist; 4 out of memory; 5 the
+    /// source could not be opened; 6 the destination could not be opened, or is the source; 7 a read failed; 8 a
+    /// write failed. After 7 and 8 the destination has been deleted.
     virtual qint32 copy(NameNodeConnection *connection, QByteArray source, QByteArray destination) = 0;
 
     /// Renames or moves a path. 0 when the call succeeded, also when the NameNode refused the rename
@@ -139,24 +145,35 @@ public:
     /// caller's own search hint, read and written back; 0 is a good first value.
     virtual quint32 read(HdfsFileReader *reader, char *buffer, quint32 length, qint32 *blockIndex) = 0;
 
-    /// Closes (as `closeWriter` without data) and destroys a writer; null is allowed.
+    /// Closes a writer (as `closeWriter` without data, but without making a file of which nothing was written)
+    /// and destroys it; null is allowed. The result of that close is lost: call `closeWriter` before.
     virtual void deleteWriter(HdfsFileWriter *writer) = 0;
 
-    /// Writes the last `length` bytes and completes the file. 0 is success.
+    /// Writes the last `length` bytes, makes everything durable and completes the file. 0: the file is closed and
+    /// complete at the NameNode. Else it is not (the log says why):
+    ///   1 to 4 the file could not be created (1, 2: or not be flushed, 4: or not be completed; 1: or memory ran
+    ///   out before)
+    ///   5 the request to complete it could not be encoded
+    ///   6 its last block was not reported to the NameNode within 30 s
+    ///   7 five attempts to write a block failed
+    ///   8 the NameNode gave no block, or the writer is closed already
+    ///   9, 10, 12 a message to a DataNode could not be encoded; 11 the checksum type is not supported
+    /// After a failed `write` this fails too, with the code of that failure. Calling it again repeats its result.
     virtual qint32 closeWriter(HdfsFileWriter *writer, const char *buffer, quint32 length) = 0;
 
     /// The number of bytes handed to `write` and `closeWriter` so far.
     virtual qint64 bytesWritten(HdfsFileWriter *writer) = 0;
 
-    /// Appends `length` bytes. 0 success, 1 out of memory, 2 a block could not be written.
+    /// Appends `length` bytes; whole blocks are sent from `buffer` itself. 0 success, 1 out of memory, 2 a block
+    /// could not be written. After a failure the file cannot be finished any more.
     virtual qint32 write(HdfsFileWriter *writer, const char *buffer, quint32 length) = 0;
 
     /// Non-zero makes the DataNodes flush every packet to disk.
     virtual void setSyncBlock(HdfsFileWriter *writer, quint8 flag) = 0;
     virtual quint8 syncBlock(HdfsFileWriter *writer) = 0;
 
-    /// Sets the bytes covered by one checksum; never 0. True (and a log line) when the block size is
-    /// not a multiple of it; the new size is set even then.
+    /// Sets the bytes covered by one checksum, 1024 at first. True (and a log line) when the block size is not
+    /// a multiple of it; the new size is set even then, unless it is 0.
     virtual bool setChunkSize(HdfsFileWriter *writer, quint32 chunkSize) = 0;
     virtual quint32 chunkSize(HdfsFileWriter *writer) = 0;
 

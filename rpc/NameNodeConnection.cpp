@@ -93,7 +93,7 @@ void logRemoteException(const ByteString &className, const ByteString &message)
 
 NameNodeConnection::NameNodeConnection()
     : preferredAddressIndex(0), nextCallId(kConnectionContextCallId), port(0), useSasl(false),
-      keepDataNodeConnection(false), useWebHdfs(false)
+      keepDataNodeConnection(false), useWebHdfs(false), abandonsFailedBlocks(false)
 {
 }
 
@@ -138,6 +138,7 @@ std::int32_t NameNodeConnection::connect(const QByteArray &host_, std::uint32_t 
     preferredAddressIndex = static_cast<std::uint32_t>(nameNodeSocket.addressIndex);
     if (nameNodeSocket.sendAll(opening, static_cast<std::uint32_t>(end - opening)) != 0) {
         logToHost("TCPIP send failed");
+        nameNodeSocket.close(); // half an opening leaves nothing that could be called
         return 1;
     }
     // The server does not answer a connection context.

@@ -66,6 +66,7 @@ public:
     bool useSasl;
     bool keepDataNodeConnection; ///< keep dataNodeSocket open between block operations; false unless set
     bool useWebHdfs;
+    bool abandonsFailedBlocks; ///< give a block that could not be written back before the next; false unless set
     QByteArray responseBuffer;
     TcpSocket dataNodeSocket;
     QByteArray dataNodeId; ///< datanodeUuid of the DataNode that dataNodeSocket is connected to; empty: none

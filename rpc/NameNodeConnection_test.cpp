@@ -201,10 +201,13 @@ TEST_F(NameNodeConnectionTest, ReportsAnOpeningThatCannotBeSent)
     EXPECT_EQ(1, connect());
     EXPECT_TRUE(log.takes({"TCPIP send failed"}));
     EXPECT_EQ(-2, connection.nextCallId);
+    EXPECT_EQ(platform::kInvalidSocket, connection.nameNodeSocket.handle);
+    EXPECT_TRUE(connection.clientId != nullptr);
     connection.disconnect();
     faults.limitSend(20);
     EXPECT_EQ(1, connect());
     EXPECT_TRUE(log.takes({"TCPIP send failed"}));
+    EXPECT_EQ(platform::kInvalidSocket, connection.nameNodeSocket.handle);
 }
 
 TEST_F(NameNodeConnectionTest, RemembersTheAddressThatItReached)

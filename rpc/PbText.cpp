@@ -41,14 +41,6 @@ bool writeProtocolName(pb_ostream_t *stream, const pb_field_t *field, void *cons
     return writeField(stream, field, kClientProtocol, sizeof kClientProtocol - 1);
 }
 
-pb_callback_t encodeWith(bool (*function)(pb_ostream_t *, const pb_field_t *, void *const *), const void *argument)
-{
-    pb_callback_t callback = pb_callback_t();
-    callback.funcs.encode = function;
-    callback.arg = const_cast<void *>(argument);
-    return callback;
-}
-
 } // namespace
 
 pb_callback_t collectTo(ByteString *view)
@@ -58,22 +50,22 @@ pb_callback_t collectTo(ByteString *view)
 
 pb_callback_t sendCString(const char *text)
 {
-    return encodeWith(writeCString, text);
+    return sendEach(writeCString, text);
 }
 
 pb_callback_t sendBytes(const QByteArray *bytes)
 {
-    return encodeWith(writeQByteArray, bytes);
+    return sendEach(writeQByteArray, bytes);
 }
 
 pb_callback_t sendBytes(const ByteString *bytes)
 {
-    return encodeWith(writeByteString, bytes);
+    return sendEach(writeByteString, bytes);
 }
 
 pb_callback_t sendProtocolName()
 {
-    return encodeWith(writeProtocolName, nullptr);
+    return sendEach(writeProtocolName, nullptr);
 }
 
 pb_callback_t decodeEach(bool (*function)(pb_istream_t *, const pb_field_t *, void **), void *argument)
@@ -81,5 +73,13 @@ pb_callback_t decodeEach(bool (*function)(pb_istream_t *, const pb_field_t *, vo
     pb_callback_t callback = pb_callback_t();
     callback.funcs.decode = function;
     callback.arg = argument;
+    return callback;
+}
+
+pb_callback_t sendEach(bool (*function)(pb_ostream_t *, const pb_field_t *, void *const *), const void *argument)
+{
+    pb_callback_t callback = pb_callback_t();
+    callback.funcs.encode = function;
+    callback.arg = const_cast<void *>(argument);
     return callback;
 }

@@ -47,4 +47,8 @@ template <class Fields, class Message> bool decodeInitialised(pb_istream_t *stre
 /// Decodes one nested message at a time: `function` is called with a stream of just that message.
 pb_callback_t decodeEach(bool (*function)(pb_istream_t *, const pb_field_t *, void **), void *argument);
 
+/// Sends whatever `function` writes for the field: a repeated one has a tag in front of each value. The argument must
+/// outlive the encoding.
+pb_callback_t sendEach(bool (*function)(pb_ostream_t *, const pb_field_t *, void *const *), const void *argument);
+
 #endif

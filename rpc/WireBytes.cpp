@@ -32,6 +32,13 @@ unsigned char *writeBigEndian32(unsigned char *out, std::uint32_t value)
     return out + 4;
 }
 
+unsigned char *writeBigEndian16(unsigned char *out, std::uint16_t value)
+{
+    out[0] = static_cast<unsigned char>(value >> 8);
+    out[1] = static_cast<unsigned char>(value);
+    return out + 2;
+}
+
 std::uint32_t readBigEndian32(const unsigned char *in)
 {
     return static_cast<std::uint32_t>(in[0]) << 24 | static_cast<std::uint32_t>(in[1]) << 16 |

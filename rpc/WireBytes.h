@@ -15,8 +15,9 @@ unsigned char *writeVarint32(unsigned char *out, std::uint32_t value);
 /// ends it; `*value` is not written then.
 int readVarint64(const unsigned char *in, std::uint64_t *value);
 
-/// Writes 4 bytes in network byte order and returns the position behind them.
+/// Write 4 or 2 bytes in network byte order and return the position behind them.
 unsigned char *writeBigEndian32(unsigned char *out, std::uint32_t value);
+unsigned char *writeBigEndian16(unsigned char *out, std::uint16_t value);
 
 std::uint32_t readBigEndian32(const unsigned char *in);
 std::uint16_t readBigEndian16(const unsigned char *in);

@@ -184,6 +184,22 @@ QByteArray RealCluster::patternFile(const QByteArray &name, std::int64_t length,
     return path;
 }
 
+::testing::AssertionResult RealCluster::holdsPattern(const QByteArray &path, std::int64_t length) const
+{
+    const CommandResult result = ask(QByteArray(), {"check-pattern", path, QByteArray::number(qint64(length))});
+    if (result.status == 0)
+        return ::testing::AssertionSuccess();
+    return ::testing::AssertionFailure() << result.err.constData();
+}
+
+::testing::AssertionResult RealCluster::isHealthy(const QByteArray &path) const
+{
+    const CommandResult result = ask(QByteArray(), {"fsck", path, "-files", "-blocks", "-openforwrite"});
+    if (result.status == 0 && result.out.contains("is HEALTHY") && !result.out.contains("OPENFORWRITE:"))
+        return ::testing::AssertionSuccess();
+    return ::testing::AssertionFailure() << result.out.constData() << result.err.constData();
+}
+
 QByteArray RealCluster::nodeAtPort(std::uint32_t xferPort) const
 {
     const QByteArray end = ":" + QByteArray::number(xferPort);
@@ -275,6 +291,18 @@ void RealCluster::mend() const
 char patternByte(std::int64_t offset)
 {
     return tile()[static_cast<std::size_t>(offset % kTileSize)];
+}
+
+QByteArray patternFileBytes(std::int64_t offset, int size)
+{
+    QByteArray bytes(size, '\0');
+    for (int done = 0; done < size;) {
+        const std::int64_t start = (offset + done) % kTileSize;
+        const int part = static_cast<int>(std::min<std::int64_t>(kTileSize - start, size - done));
+        std::memcpy(bytes.data() + done, tile().data() + start, static_cast<std::size_t>(part));
+        done += part;
+    }
+    return bytes;
 }
 
 std::int64_t firstDifferenceFromPattern(const char *bytes, std::int64_t size, std::int64_t offset)

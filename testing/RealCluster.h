@@ -9,6 +9,8 @@
 #include <QtCore/QList>
 #include <QtCore/QString>
 
+#include <gtest/gtest.h>
+
 #include <cstdint>
 #include <memory>
 
@@ -58,6 +60,11 @@ public:
     /// A file of pattern bytes that tests share: made by the first one that asks for it. Returns its path.
     QByteArray patternFile(const QByteArray &name, std::int64_t length, const FileLayout &layout) const;
 
+    /// Whether a file that was written as a pattern file is one for every other client too; says what is wrong.
+    ::testing::AssertionResult holdsPattern(const QByteArray &path, std::int64_t length) const;
+    /// Whether `hdfs fsck` finds everything below a path healthy, and no file that is open for write.
+    ::testing::AssertionResult isHealthy(const QByteArray &path) const;
+
     /// The node ("datanode1", …) that listens at a data port.
     QByteArray nodeAtPort(std::uint32_t xferPort) const;
     /// The files that hold the replicas of a block on disk, one for each DataNode that has it.
@@ -88,6 +95,8 @@ private:
 
 /// The byte at `offset` of every pattern file.
 char patternByte(std::int64_t offset);
+/// `size` bytes of a pattern file from `offset` on.
+QByteArray patternFileBytes(std::int64_t offset, int size);
 /// Where `size` bytes first differ from the pattern file's at `offset`, as an index into `bytes`; -1 when they are
 /// right.
 std::int64_t firstDifferenceFromPattern(const char *bytes, std::int64_t size, std::int64_t offset);

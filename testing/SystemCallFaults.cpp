@@ -1,5 +1,7 @@
 #include "testing/SystemCallFaults.h"
 
+#include <gtest/gtest.h>
+
 #include <algorithm>
 #include <arpa/inet.h>
 #include <cerrno>
@@ -224,6 +226,12 @@ char *__real_strdup(const char *);
 
 int __wrap_getaddrinfo(const char *host, const char *service, const addrinfo *hints, addrinfo **list)
 {
+    // Any family and streams only, whatever the machine would take without being asked.
+    if (hints)
+        EXPECT_TRUE(hints->ai_flags == 0 && hints->ai_family == AF_UNSPEC && hints->ai_socktype == SOCK_STREAM &&
+                    hints->ai_protocol == 0);
+    else
+        ADD_FAILURE() << "getaddrinfo without hints";
     int error;
     if (mustFail(SystemCall::Resolve, &error))
         return error;

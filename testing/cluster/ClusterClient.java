@@ -30,6 +30,7 @@ import java.util.concurrent.Future;
 import org.apache.hadoop.conf.Configuration;
 import org.apache.hadoop.fs.BlockLocation;
 import org.apache.hadoop.fs.CreateFlag;
+import org.apache.hadoop.fs.FSDataInputStream;
 import org.apache.hadoop.fs.FSDataOutputStream;
 import org.apache.hadoop.fs.FileStatus;
 import org.apache.hadoop.fs.FileSystem;
@@ -138,6 +139,8 @@ public class ClusterClient {
         case "pattern-part":
             makePartFile(new Path(rest[0]), Long.parseLong(rest[1]), Long.parseLong(rest[2]));
             return 0;
+        case "check-pattern":
+            return isPattern(new Path(rest[0]), Long.parseLong(rest[1])) ? 0 : 1;
         case "zeros":
             makeZeros(new Path(rest[0]), Long.parseLong(rest[1]));
             return 0;
@@ -244,6 +247,33 @@ public class ClusterClient {
         try (FSDataOutputStream out = create(FileSystem.get(configuration), path, (short) 1, MIB, null)) {
             writePattern(out, offset, length);
         }
+    }
+
+    /** Whether a file is as long as that and has the bytes of a pattern file; says what is wrong. */
+    private boolean isPattern(Path path, long length) throws IOException {
+        FileSystem fileSystem = FileSystem.get(configuration);
+        long stated = fileSystem.getFileStatus(path).getLen();
+        if (stated != length) {
+            System.err.println(path + " has " + stated + " bytes instead of " + length);
+            return false;
+        }
+        byte[] bytes = new byte[TILE_SIZE];
+        try (FSDataInputStream in = fileSystem.open(path)) {
+            for (long offset = 0; offset < length; offset += TILE_SIZE) {
+                int part = (int) Math.min(TILE_SIZE, length - offset);
+                in.readFully(bytes, 0, part);
+                int wrong = Arrays.mismatch(bytes, 0, part, TILE, 0, part);
+                if (wrong >= 0) {
+                    System.err.println(path + " is wrong at " + (offset + wrong));
+                    return false;
+                }
+            }
+            if (in.read() >= 0) {
+                System.err.println(path + " goes on behind its end");
+                return false;
+            }
+        }
+        return true;
     }
 
     /** Zeros in one block with one replica; without checksums and in large packets, because there are many of them. */

@@ -260,6 +260,44 @@ TEST_F(RealFaults, DataNodeThatRestsForLongInTheMiddleOfAReadCostsAtMostAnotherA
     }
 }
 
+TEST_F(RealFaults, ReadThroughWebHdfsGoesOnWithTheNextDataNodeWhenTheFirstOnesRefuseConnections)
+{
+    connection->useWebHdfs = true;
+    const Reader reader = open(cluster.patternFile("four-blocks", 3 * kMiB + 700001, FileLayout(kMiB, 3)));
+    ASSERT_TRUE(reader != nullptr);
+    const DataNodeLocation *first = reader->blocks[0]->firstLocation;
+    cluster.kill(nodeOf(*first));
+    EXPECT_TRUE(readsPattern(reader.get(), 0, 3 * kMiB + 700001));
+    cluster.kill(nodeOf(*first->next));
+    EXPECT_TRUE(readsPattern(reader.get(), 0, 3 * kMiB + 700001));
+    EXPECT_TRUE(log.holds({}));
+
+    cluster.kill(nodeOf(*first->next->next));
+    char bytes[1000];
+    reader->position = 100;
+    EXPECT_EQ(kReadFailed, reader->read(bytes, sizeof bytes, nullptr));
+    EXPECT_EQ(100, reader->position);
+    EXPECT_TRUE(log.takes({"ERROR WebHDFS: All the data nodes that contains block " +
+                           std::to_string(reader->blocks[0]->blockId) + " are down"}));
+    cluster.mend();
+    EXPECT_TRUE(readsPattern(reader.get(), 100, 1000));
+    EXPECT_TRUE(log.holds({}));
+}
+
+TEST_F(RealFaults, DataNodeThatDiesInTheMiddleOfAReadThroughWebHdfsIsFollowedByTheNextOneWithoutAWord)
+{
+    connection->useWebHdfs = true;
+    const Reader reader = open(longBlock(3));
+    ASSERT_TRUE(reader != nullptr);
+    ASSERT_EQ(3u, reader->blocks[0]->locationCount);
+    const QByteArray node = firstNode(reader);
+    OnceReceived kill(8 * kMiB, [&] { cluster.kill(node); });
+    EXPECT_TRUE(readsPattern(reader.get(), 12345, kLong - 12345));
+    EXPECT_TRUE(kill.isDone());
+    EXPECT_TRUE(log.holds({}));
+    EXPECT_EQ(0, reader->blocks[0]->firstLocation->down);
+}
+
 TEST_F(RealFaults, BlocksOfADataNodeThatWasGivenUpHaveOneLocationLessOrNone)
 {
     // A file with one replica of each block, and a block behind the first that is on another DataNode.

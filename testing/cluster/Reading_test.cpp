@@ -1,4 +1,5 @@
-// Reading files from the real DataNodes: every place in a file, and files of every kind.
+// Reading files from the real DataNodes: every place in a file, and files of every kind, with the data transfer
+// protocol and through WebHDFS.
 #include "testing/cluster/RealClusterTest.h"
 
 #include <QtCore/QFile>
@@ -12,9 +13,14 @@
 
 namespace {
 
-class RealReading : public RealClusterTest
+enum Transport { DataTransfer, WebHdfs };
+
+class RealReading : public RealClusterTest, public ::testing::WithParamInterface<Transport>
 {
 protected:
+    RealReading() { connection->useWebHdfs = isWebHdfs(); }
+    static bool isWebHdfs() { return GetParam() == WebHdfs; }
+
     /// Four blocks of 1 MiB, the last one not whole, on all DataNodes.
     QByteArray fourBlocks() const { return cluster.patternFile("four-blocks", kFourBlocks, FileLayout(kMiB, 3)); }
     static const std::int64_t kFourBlocks = 3 * kMiB + 700001;
@@ -38,7 +44,7 @@ QByteArray randomBytes(std::int64_t size, std::uint32_t seed)
 
 } // namespace
 
-TEST_F(RealReading, WholeFileIsReadInOneCallOverAllItsBlocks)
+TEST_P(RealReading, WholeFileIsReadInOneCallOverAllItsBlocks)
 {
     const Reader reader = open(fourBlocks());
     ASSERT_TRUE(reader != nullptr);
@@ -50,7 +56,7 @@ TEST_F(RealReading, WholeFileIsReadInOneCallOverAllItsBlocks)
     EXPECT_TRUE(log.holds({}));
 }
 
-TEST_F(RealReading, FileIsReadPieceByPieceToItsEnd)
+TEST_P(RealReading, FileIsReadPieceByPieceToItsEnd)
 {
     const Reader reader = open(fourBlocks());
     ASSERT_TRUE(reader != nullptr);
@@ -68,7 +74,7 @@ TEST_F(RealReading, FileIsReadPieceByPieceToItsEnd)
     EXPECT_TRUE(log.holds({}));
 }
 
-TEST_F(RealReading, EveryPlaceAtAndAroundABlockBoundaryIsRead)
+TEST_P(RealReading, EveryPlaceAtAndAroundABlockBoundaryIsRead)
 {
     const Reader reader = open(fourBlocks());
     ASSERT_TRUE(reader != nullptr);
@@ -90,7 +96,7 @@ TEST_F(RealReading, EveryPlaceAtAndAroundABlockBoundaryIsRead)
     EXPECT_TRUE(log.holds({}));
 }
 
-TEST_F(RealReading, EveryPlaceAtAndAroundAChunkBoundaryIsRead)
+TEST_P(RealReading, EveryPlaceAtAndAroundAChunkBoundaryIsRead)
 {
     const std::int64_t kLength = 5 * 8 * kKiB + 1000;
     const Reader reader = open(cluster.patternFile("chunks", kLength, FileLayout(8 * kKiB, 3)));
@@ -109,7 +115,7 @@ TEST_F(RealReading, EveryPlaceAtAndAroundAChunkBoundaryIsRead)
     EXPECT_TRUE(log.holds({}));
 }
 
-TEST_F(RealReading, EveryPlaceAtAndAroundAPacketBoundaryIsRead)
+TEST_P(RealReading, EveryPlaceAtAndAroundAPacketBoundaryIsRead)
 {
     const Reader reader = open(fourBlocks());
     ASSERT_TRUE(reader != nullptr);
@@ -123,7 +129,7 @@ TEST_F(RealReading, EveryPlaceAtAndAroundAPacketBoundaryIsRead)
     EXPECT_TRUE(log.holds({}));
 }
 
-TEST_F(RealReading, ReadThatAsksForMoreThanIsLeftEndsAtTheEndOfTheFile)
+TEST_P(RealReading, ReadThatAsksForMoreThanIsLeftEndsAtTheEndOfTheFile)
 {
     const Reader reader = open(fourBlocks());
     ASSERT_TRUE(reader != nullptr);
@@ -139,7 +145,7 @@ TEST_F(RealReading, ReadThatAsksForMoreThanIsLeftEndsAtTheEndOfTheFile)
     EXPECT_TRUE(log.holds({}));
 }
 
-TEST_F(RealReading, HundredRandomRangesEqualTheSameBytesOnDisk)
+TEST_P(RealReading, HundredRandomRangesEqualTheSameBytesOnDisk)
 {
     const int kSize = 5 * kMiB + 12345;
     QTemporaryDir folder;
@@ -174,7 +180,7 @@ TEST_F(RealReading, HundredRandomRangesEqualTheSameBytesOnDisk)
     EXPECT_TRUE(log.holds({}));
 }
 
-TEST_F(RealReading, FileOf128MebibyteBlocksIsReadAcrossItsBoundaries)
+TEST_P(RealReading, FileOf128MebibyteBlocksIsReadAcrossItsBoundaries)
 {
     const std::int64_t kBlock = 128 * kMiB;
     const std::int64_t kLength = 2 * kBlock + 12345;
@@ -192,7 +198,7 @@ TEST_F(RealReading, FileOf128MebibyteBlocksIsReadAcrossItsBoundaries)
     EXPECT_TRUE(log.holds({}));
 }
 
-TEST_F(RealReading, FileOfAHundredSmallestBlocksIsReadInOneCall)
+TEST_P(RealReading, FileOfAHundredSmallestBlocksIsReadInOneCall)
 {
     const Reader reader = open(cluster.patternFile("hundred-blocks", 100 * 512 - 11, FileLayout(512, 1)));
     ASSERT_TRUE(reader != nullptr);
@@ -203,7 +209,7 @@ TEST_F(RealReading, FileOfAHundredSmallestBlocksIsReadInOneCall)
     EXPECT_TRUE(log.holds({}));
 }
 
-TEST_F(RealReading, ChecksumsOfEveryKindAndChunkSizeAreTaken)
+TEST_P(RealReading, ChecksumsOfEveryKindAndChunkSizeAreTaken)
 {
     FileLayout layout(kMiB, 1);
     const std::int64_t kLength = 2 * kMiB + 4321;
@@ -222,7 +228,7 @@ TEST_F(RealReading, ChecksumsOfEveryKindAndChunkSizeAreTaken)
     EXPECT_TRUE(log.holds({}));
 }
 
-TEST_F(RealReading, EmptyFileHasNoByteAndNoWarning)
+TEST_P(RealReading, EmptyFileHasNoByteAndNoWarning)
 {
     cluster.dfs({"-touchz", directory() + "/empty"});
     const Reader reader = open(directory() + "/empty");
@@ -233,7 +239,7 @@ TEST_F(RealReading, EmptyFileHasNoByteAndNoWarning)
     EXPECT_TRUE(log.holds({}));
 }
 
-TEST_F(RealReading, DirectoriesAndMissingFilesAreNotOpened)
+TEST_P(RealReading, DirectoriesAndMissingFilesAreNotOpened)
 {
     EXPECT_EQ(nullptr, open(directory()));
     EXPECT_EQ(nullptr, open(directory() + "/missing"));
@@ -241,7 +247,7 @@ TEST_F(RealReading, DirectoriesAndMissingFilesAreNotOpened)
                            "ExceptionClassName=java.io.FileNotFoundException\nerrorMsg=*"}));
 }
 
-TEST_F(RealReading, FileUnderConstructionIsReadAsFarAsItsBlocksAreComplete)
+TEST_P(RealReading, FileUnderConstructionIsReadAsFarAsItsBlocksAreComplete)
 {
     const QByteArray path = directory() + "/growing";
     cluster.client({"open", path, "1500000", "1048576"});
@@ -262,7 +268,7 @@ TEST_F(RealReading, FileUnderConstructionIsReadAsFarAsItsBlocksAreComplete)
     EXPECT_TRUE(log.holds({}));
 }
 
-TEST_F(RealReading, FirstBlockUnderConstructionGivesAReaderWithoutBytes)
+TEST_P(RealReading, FirstBlockUnderConstructionGivesAReaderWithoutBytes)
 {
     const QByteArray path = directory() + "/young";
     cluster.client({"open", path, "1000", "1048576"});
@@ -275,7 +281,7 @@ TEST_F(RealReading, FirstBlockUnderConstructionGivesAReaderWithoutBytes)
     cluster.client({"close", path});
 }
 
-TEST_F(RealReading, ReaderOfADeletedFileFailsOnceTheReplicasAreGone)
+TEST_P(RealReading, ReaderOfADeletedFileFailsOnceTheReplicasAreGone)
 {
     const QByteArray path = directory() + "/victim";
     cluster.client({"pattern", path, "200000", "1048576", "3", "512", "CRC32C"});
@@ -295,12 +301,13 @@ TEST_F(RealReading, ReaderOfADeletedFileFailsOnceTheReplicasAreGone)
     EXPECT_EQ(kReadFailed, reader->read(bytes, sizeof bytes, nullptr));
     EXPECT_EQ(2000, reader->position);
     ASSERT_FALSE(log.texts().empty());
-    EXPECT_EQ("ERROR HDFS: All the data nodes that contains block " + std::to_string(blockId) + " are down",
+    EXPECT_EQ((isWebHdfs() ? "ERROR WebHDFS" : "ERROR HDFS") +
+                  (": All the data nodes that contains block " + std::to_string(blockId) + " are down"),
               log.texts().back());
     EXPECT_TRUE(info("/") != nullptr);
 }
 
-TEST_F(RealReading, SeveralReadersTakeTurnsOnOneConnection)
+TEST_P(RealReading, SeveralReadersTakeTurnsOnOneConnection)
 {
     const std::int64_t kChunks = 5 * 8 * kKiB + 1000;
     const Reader one = open(fourBlocks());
@@ -319,11 +326,12 @@ TEST_F(RealReading, SeveralReadersTakeTurnsOnOneConnection)
     EXPECT_TRUE(log.holds({}));
 }
 
-TEST_F(RealReading, TwoConnectionsReadAndListAtOnce)
+TEST_P(RealReading, TwoConnectionsReadAndListAtOnce)
 {
     const QByteArray path = fourBlocks();
     const auto work = [&](std::uint32_t seed) {
         const std::unique_ptr<NameNodeConnection> own = cluster.connect();
+        own->useWebHdfs = isWebHdfs();
         const Reader reader(HdfsFileReader::open(own.get(), path));
         ASSERT_TRUE(reader != nullptr);
         std::mt19937 random(seed);
@@ -341,3 +349,8 @@ TEST_F(RealReading, TwoConnectionsReadAndListAtOnce)
     other.join();
     EXPECT_TRUE(log.holds({}));
 }
+
+INSTANTIATE_TEST_SUITE_P(Both, RealReading, ::testing::Values(DataTransfer, WebHdfs),
+                         [](const ::testing::TestParamInfo<Transport> &transport) {
+                             return transport.param == WebHdfs ? "WebHdfs" : "DataTransfer";
+                         });
