@@ -46,6 +46,8 @@ enum Step {
 /// The last step whose first failure goes unlogged: until here it may be an old connection that the DataNode closed.
 const Step kLastQuietStep = DecodeAnswer;
 
+/// No chunk is larger than a packet, and no DataNode takes larger packets than this unless told to.
+const std::uint32_t kLargestChunk = 16 * 1024 * 1024;
 const std::uint32_t kAttemptsPerLocation = 3;
 /// What a DataNode's packets are usually like. Only a guess for how much can be received at once.
 const std::uint32_t kUsualPacketHeaderSize = 25;
@@ -295,6 +297,9 @@ const char *BlockExchange::whatIsWrongWith(const PacketHeaderProto &header) cons
     const std::uint32_t firstChunk = std::min(m_layout.bytesPerChecksum, static_cast<std::uint32_t>(header.dataLen));
     if (skip > 0 && (!m_isFirstPacket || skip >= firstChunk))
         return "offsetInBlock before the wanted chunk";
+    // The first and the last chunk may have to be received whole for the sake of a few bytes.
+    if (firstChunk > kLargestChunk)
+        return "chunk too large";
     return nullptr;
 }
 

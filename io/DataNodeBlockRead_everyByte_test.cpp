@@ -347,16 +347,26 @@ TEST_F(HugeClaim, ChecksumsBeyondFourGigabytesAreNotReceivedAtAll)
                        threeTimes("Warning HDFS: TCPIP received failed (9) for block 1073741825"));
 }
 
-TEST_F(HugeClaim, ChunkOfTwoGigabytesTakesNoMemoryBeforeItComes)
+TEST_F(HugeClaim, LargestChunkTakesNoMemoryBeforeItComes)
 {
     const std::string checksums(4, 'c');
-    const std::int32_t sizes[] = {0x70000000, std::numeric_limits<std::int32_t>::max()};
+    const std::uint32_t chunk = 16 * 1024 * 1024;
+    const std::int32_t packet = static_cast<std::int32_t>(chunk);
+    expectLittleMemory(answer(2, chunk) + header(packet) + checksums,
+                       threeTimes("Warning HDFS: TCPIP received failed (16)"));
+    expectLittleMemory(answer(2, chunk) + header(packet) + checksums + std::string(100000, 'd'),
+                       threeTimes("Warning HDFS: TCPIP received failed (16)"));
+    expectLittleMemory(answer(0, 0) + header(packet), threeTimes("Warning HDFS: TCPIP received failed (16)"));
+}
+
+TEST_F(HugeClaim, LargerChunkIsNotReceivedAtAll)
+{
+    const std::int32_t sizes[] = {16 * 1024 * 1024 + 1, 0x70000000, std::numeric_limits<std::int32_t>::max()};
     for (std::int32_t size : sizes) {
-        expectLittleMemory(answer(2, 0x80000000u) + header(size) + checksums,
-                           threeTimes("Warning HDFS: TCPIP received failed (16)"));
-        expectLittleMemory(answer(2, 0xFFFFFFFFu) + header(size) + checksums + std::string(100000, 'd'),
-                           threeTimes("Warning HDFS: TCPIP received failed (16)"));
-        expectLittleMemory(answer(0, 0) + header(size), threeTimes("Warning HDFS: TCPIP received failed (16)"));
+        expectLittleMemory(answer(2, 0x80000000u) + header(size) + "sums",
+                           threeTimes("Warning HDFS: Packet Decoding failed: chunk too large (8)"));
+        expectLittleMemory(answer(0, 0) + header(size),
+                           threeTimes("Warning HDFS: Packet Decoding failed: chunk too large (8)"));
     }
 }
 

@@ -343,6 +343,23 @@ TEST_F(FailingRead, PacketThatDoesNotFollowIsStepEight)
     expectRefused(startsWith(packetHeader(48, 0, 2)), everyTime(before), 50, 46);
 }
 
+TEST_F(FailingRead, ChunkThatIsOutOfAllProportionIsStepEight)
+{
+    const std::uint32_t chunk = 16 * 1024 * 1024 + 1;
+    expectRefused(
+        [chunk](const ReadRequest &, WireRead *read) {
+            BlockOpResponseProto answer;
+            answer.set_status(SUCCESS);
+            answer.mutable_readopchecksuminfo()->mutable_checksum()->set_type(CHECKSUM_CRC32C);
+            answer.mutable_readopchecksuminfo()->mutable_checksum()->set_bytesperchecksum(chunk);
+            answer.mutable_readopchecksuminfo()->set_chunkoffset(0);
+            read->answer = lengthDelimited(answer);
+            read->packets[0] =
+                dataPacket(packetHeader(0, 0, static_cast<std::int32_t>(chunk)), "sums", std::string(chunk, 'd'));
+        },
+        everyTime("Warning HDFS: Packet Decoding failed: chunk too large (8)"));
+}
+
 TEST_F(FailingRead, LaterPacketMustStartWhereTheOneBeforeEnded)
 {
     const std::int64_t offsets[] = {0, 31, 33, 64, -32};

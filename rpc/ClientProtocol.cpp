@@ -8,6 +8,9 @@
 
 #include "ClientProtocolMessages.pb.h"
 
+#include <algorithm>
+#include <cstring>
+
 namespace {
 
 const std::uint32_t kFileTypeFile = 2;    ///< HdfsFileStatusProto.FileType IS_FILE
@@ -76,6 +79,14 @@ QByteArray lastName(const FileStatusList &list)
     return list.tail ? QByteArray(list.tail->path.data, static_cast<int>(list.tail->path.size)) : QByteArray();
 }
 
+/// Whether a name comes after another one in a NameNode's order, which is that of their bytes.
+bool isBehind(const QByteArray &name, const QByteArray &other)
+{
+    const int common = std::min(name.size(), other.size());
+    const int order = std::memcmp(name.constData(), other.constData(), static_cast<std::size_t>(common));
+    return order > 0 || (order == 0 && name.size() > other.size());
+}
+
 /// Decodes the `fs` field of a GetFileInfoResponseProto into a record.
 bool decodeFileStatusField(pb_istream_t stream, FileStatusList *list)
 {
@@ -120,7 +131,7 @@ HdfsFileStatus *getListing(NameNodeConnection *connection, const QByteArray &pat
         const std::uint32_t remaining = decodeListingPage(&stream, &list);
         // A page that leads nowhere ends the listing, whatever it claims to come: asking again would go on for ever.
         const QByteArray last = lastName(list);
-        if (remaining == 0 || last.isEmpty() || last == startAfter)
+        if (remaining == 0 || !isBehind(last, startAfter))
             break;
         startAfter = last;
     }

@@ -209,13 +209,28 @@ TEST_F(ClientProtocolTest, APageThatLeadsNowhereEndsAListing)
     ASSERT_TRUE(getListing("/d"));
     EXPECT_EQ(2, count);
     EXPECT_EQ(3u, nameNode.calls().size());
+    // Names that go back and forth.
+    nameNode.forget("getListing");
+    answerWithPage({"a", "b"}, 2);
+    answerWithPage({"a"}, 2);
+    ASSERT_TRUE(getListing("/d"));
+    EXPECT_EQ(3, count);
+    EXPECT_EQ(5u, nameNode.calls().size());
+    // The order is that of unsigned bytes.
+    nameNode.forget("getListing");
+    answerWithPage({"z"}, 2);
+    answerWithPage({"z\x01"}, 2);
+    answerWithPage({"\xc3\xa4"}, 0);
+    ASSERT_TRUE(getListing("/d"));
+    EXPECT_EQ(3, count);
+    EXPECT_EQ(8u, nameNode.calls().size());
     // Behind a name that is empty it would start all over.
     nameNode.forget("getListing");
     answerWithPage({"a"}, 2);
     answerWithPage({"b", ""}, 1);
     ASSERT_TRUE(getListing("/d"));
     EXPECT_EQ(3, count);
-    EXPECT_EQ(5u, nameNode.calls().size());
+    EXPECT_EQ(10u, nameNode.calls().size());
 }
 
 TEST_F(ClientProtocolTest, AListingThatFailsOnALaterPageDropsWhatCameBefore)

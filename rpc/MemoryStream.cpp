@@ -28,8 +28,8 @@ pb_istream_t memoryStream(const void *bytes, std::size_t size)
 
 bool viewBytes(pb_istream_t *stream, std::size_t size, ByteString *view)
 {
-    // nanopb hands a number that stands where a text is expected to the text's callback too, in a stream over a buffer of
-    // its own that is gone afterwards.
+    // nanopb hands a number that stands where a text is expected to the text's callback too, in a stream over a buffer
+    // of its own that is gone afterwards.
     if (stream->callback != readFromMemory)
         PB_RETURN_ERROR(stream, "wrong wire type");
     if (size > stream->bytes_left)

@@ -29,7 +29,8 @@ const std::int32_t kConnectionContextCallId = -3;
 const std::uint32_t kStatusSuccess = 0; ///< RpcStatusProto SUCCESS
 const std::uint32_t kStatusFatal = 2;   ///< RpcStatusProto FATAL
 const std::uint64_t kClientProtocolVersion = 1;
-const int kIdleResponseRoom = 16 * 1024; ///< what a response buffer may hold on to between calls
+const std::size_t kMostLoggedBytes = 1024 * 1024; ///< of each of an exception's texts
+const int kIdleResponseRoom = 16 * 1024;          ///< what a response buffer may hold on to between calls
 
 void logEncodingFailure(const pb_ostream_t &stream)
 {
@@ -82,11 +83,16 @@ int readBoundedVarint(const unsigned char *bytes, std::size_t size, std::uint64_
     return static_cast<std::size_t>(consumed) <= size ? consumed : 0;
 }
 
+/// As much of an exception's text as is worth a place in the log.
+QString loggedText(const ByteString &text)
+{
+    return QString::fromUtf8(text.data, static_cast<int>(std::min(text.size, kMostLoggedBytes)));
+}
+
 void logRemoteException(const ByteString &className, const ByteString &message)
 {
-    logToHost(QString::fromLatin1("ExceptionClassName=%1\nerrorMsg=%2")
-                  .arg(QString::fromUtf8(className.data, static_cast<int>(className.size)),
-                       QString::fromUtf8(message.data, static_cast<int>(message.size))));
+    logToHost(
+        QString::fromLatin1("ExceptionClassName=%1\nerrorMsg=%2").arg(loggedText(className), loggedText(message)));
 }
 
 } // namespace

@@ -95,6 +95,16 @@ TEST_F(NameNodeResponse, PlaceholdersInAnExceptionsTextsStayAsTheyAre)
     EXPECT_TRUE(log.takes({"ExceptionClassName=%1 %2\nerrorMsg=%2 and %1 and %99"}));
 }
 
+TEST_F(NameNodeResponse, AnExceptionOfManyMegabytesIsCutInTheLog)
+{
+    const std::size_t logged = 1024 * 1024;
+    nameNode.answerException("delete", std::string(logged + 1, 'c'), std::string(20 * logged, 'm'));
+    EXPECT_EQ(5, ClientProtocol::delete_(&connection, "/x", false));
+    EXPECT_TRUE(
+        log.takes({"ExceptionClassName=" + std::string(logged, 'c') + "\nerrorMsg=" + std::string(logged, 'm')}));
+    expectThatTheNextCallSucceeds();
+}
+
 TEST_F(NameNodeResponse, AnExceptionOfManyKilobytesIsLoggedWhole)
 {
     const std::string trace(200000, 't');
