@@ -1,5 +1,6 @@
 #include "io/DataNodeBlockRead.h"
 
+#include "io/BlockWalk.h"
 #include "io/Checksums.h"
 #include "io/DataNodeSocket.h"
 #include "io/DataNodeStream.h"
@@ -209,7 +210,7 @@ Failure BlockExchange::run(const QByteArray &request)
 Failure BlockExchange::receiveAnswer()
 {
     pb_istream_t stream = memoryStream(nullptr, 0);
-    switch (receiveOpAnswer(&m_stream, &m_scratch->message, &stream)) {
+    switch (receiveOpAnswer(&m_stream, &m_scratch->message, &stream, DataFollow)) {
     case AnswerLengthNotReceived:
         return ReceiveAnswerLength;
     case AnswerLengthErroneous:
@@ -433,40 +434,15 @@ std::uint32_t readBlock(NameNodeConnection *connection, LocatedBlock *block, std
     return kReadFailed;
 }
 
-std::uint32_t readBlocks(HdfsFileReader &reader, std::int32_t *blockIndex, std::uint64_t offsetInBlock,
-                         std::uint32_t length, char *buffer)
-{
-    Scratch scratch;
-    std::uint32_t owed = length;
-    std::int32_t index = *blockIndex;
-    for (;;) {
-        LocatedBlock *block = reader.blocks[index];
-        const std::uint64_t blockLength = static_cast<std::uint64_t>(reader.blocks[index + 1]->offset - block->offset);
-        const std::uint32_t wanted =
-            static_cast<std::uint32_t>(std::min<std::uint64_t>(owed, blockLength - offsetInBlock));
-        if (wanted > 0 && readBlock(reader.connection, block, offsetInBlock, wanted, buffer, &scratch) != 0)
-            return kReadFailed;
-        buffer += wanted;
-        owed -= wanted;
-        *blockIndex = index;
-        if (owed == 0)
-            return length;
-        ++index;
-        offsetInBlock = 0;
-        if (reader.blocks[index]->locationCount == 0) {
-            logToHost(QString::fromLatin1("ERROR HDFS: No data node that contains block %1 (18)")
-                          .arg(reader.blocks[index]->blockId));
-            return kReadNoLocation;
-        }
-    }
-}
-
 } // namespace
 
 std::uint32_t readFromDataNodes(HdfsFileReader &reader, std::int32_t *blockIndex, std::uint64_t offsetInBlock,
                                 std::uint32_t length, char *buffer)
 {
-    const std::uint32_t result = readBlocks(reader, blockIndex, offsetInBlock, length, buffer);
-    closeDataNodeSocketUnlessKept(reader.connection);
-    return result;
+    Scratch scratch;
+    return walkBlocks(reader, blockIndex, offsetInBlock, length, buffer,
+                      "ERROR HDFS: No data node that contains block %1 (18)",
+                      [&](LocatedBlock *block, std::uint64_t offset, std::uint32_t wanted, char *output) {
+                          return readBlock(reader.connection, block, offset, wanted, output, &scratch);
+                      });
 }

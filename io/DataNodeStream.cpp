@@ -45,7 +45,8 @@ std::int32_t DataNodeStream::bytesAvailable() const
 
 void DataNodeStream::putBack(const void *bytes, std::uint32_t length)
 {
-    m_ahead = QByteArray(static_cast<const char *>(bytes), static_cast<int>(length));
+    m_ahead = QByteArray(static_cast<const char *>(bytes), static_cast<int>(length))
+                  .append(m_ahead.constData() + m_aheadStart, m_aheadEnd - m_aheadStart);
     m_aheadStart = 0;
     m_aheadEnd = m_ahead.size();
 }

@@ -192,7 +192,8 @@ std::int32_t HdfsFileWriter::writeBlockSomewhere(const char *data, std::uint32_t
         OwnedBlock block(callAddBlock(m_connection, m_file.path, m_previousBlock.get(), excluded.first));
         if (!block)
             return kNoBlock;
-        const PipelineResult result = runWritePipeline(m_connection, *block, write, &packets);
+        std::uint32_t suspect = 0;
+        const PipelineResult result = runWritePipeline(m_connection, *block, write, &packets, &suspect);
         if (result == BlockWritten) {
             block->numBytes = length;
             m_bytesInBlocks += length;
@@ -203,7 +204,9 @@ std::int32_t HdfsFileWriter::writeBlockSomewhere(const char *data, std::uint32_t
             return result;
         if (block->firstLocation)
             releaseDataNodeSocket(m_connection, block->firstLocation, true);
-        moveFirstLocation(block.get(), &excluded.first);
+        // Only for a block that is given back does the NameNode look at what is excluded: then it pays to name the
+        // DataNode that the others blame.
+        moveLocation(block.get(), m_connection->abandonsFailedBlocks ? suspect : 0, &excluded.first);
         if (++failures == kBlockAttempts) {
             logToHost("Maximum retry reached");
             return kMaximumRetryReached;

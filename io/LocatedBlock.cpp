@@ -49,10 +49,14 @@ template <class Record> Record *newRecord(const ByteString *const *sources, int 
 }
 
 struct LocationList {
-    LocationList() : head(nullptr), tail(nullptr), count(0) {}
+    explicit LocationList(bool keepsNetworkLocations_)
+        : head(nullptr), tail(nullptr), count(0), keepsNetworkLocations(keepsNetworkLocations_)
+    {
+    }
     DataNodeLocation *head;
     DataNodeLocation *tail;
     std::uint32_t count;
+    bool keepsNetworkLocations;
 };
 
 bool decodeLocation(pb_istream_t *stream, const pb_field_t *, void **argument)
@@ -61,15 +65,18 @@ bool decodeLocation(pb_istream_t *stream, const pb_field_t *, void **argument)
     ByteString ipAddr = emptyByteString();
     ByteString hostName = emptyByteString();
     ByteString datanodeUuid = emptyByteString();
+    ByteString networkLocation = emptyByteString();
     DatanodeInfoProto info = DatanodeInfoProto_init_default;
     info.id.ipAddr = collectTo(&ipAddr);
     info.id.hostName = collectTo(&hostName);
     info.id.datanodeUuid = collectTo(&datanodeUuid);
+    if (list->keepsNetworkLocations)
+        info.location = collectTo(&networkLocation);
     if (!decodeInitialised(stream, DatanodeInfoProto_fields, &info))
         return false;
 
-    const ByteString *sources[] = {&ipAddr, &hostName, &datanodeUuid};
-    DataNodeLocation *location = newRecord<DataNodeLocation>(sources, 3);
+    const ByteString *sources[] = {&ipAddr, &hostName, &datanodeUuid, &networkLocation};
+    DataNodeLocation *location = newRecord<DataNodeLocation>(sources, 4);
     if (!location)
         PB_RETURN_ERROR(stream, "out of memory");
     location->xferPort = info.id.xferPort;
@@ -78,6 +85,7 @@ bool decodeLocation(pb_istream_t *stream, const pb_field_t *, void **argument)
     location->ipAddrSize = static_cast<std::uint32_t>(ipAddr.size);
     location->hostNameSize = static_cast<std::uint32_t>(hostName.size);
     location->datanodeUuidSize = static_cast<std::uint32_t>(datanodeUuid.size);
+    location->networkLocationSize = static_cast<std::uint32_t>(networkLocation.size);
     if (list->tail)
         list->tail->next = location;
     else
@@ -160,6 +168,12 @@ ByteString DataNodeLocation::datanodeUuid() const
     return nextText(&position, datanodeUuidSize);
 }
 
+ByteString DataNodeLocation::networkLocation() const
+{
+    const char *position = datanodeUuid().data + datanodeUuidSize + 1;
+    return nextText(&position, networkLocationSize);
+}
+
 ByteString LocatedBlock::poolId() const
 {
     const char *position = texts(this);
@@ -194,7 +208,7 @@ bool appendLocatedBlock(pb_istream_t *stream, LocatedBlockList *list)
 {
     LocatedBlockProto message = LocatedBlockProto_init_default;
     BlockTexts texts;
-    LocationList locations;
+    LocationList locations(false);
     collect(&message, &texts, &locations);
     if (!decodeInitialised(stream, LocatedBlockProto_fields, &message)) {
         freeLocations(locations.head);
@@ -222,7 +236,7 @@ LocatedBlock *decodeAddedBlock(pb_istream_t *stream)
 {
     AddBlockResponseProto response = AddBlockResponseProto_init_default;
     BlockTexts texts;
-    LocationList locations;
+    LocationList locations(true);
     collect(&response.block, &texts, &locations);
     LocatedBlock *block = nullptr;
     if (decodeInitialised(stream, AddBlockResponseProto_fields, &response)) {
@@ -235,13 +249,16 @@ LocatedBlock *decodeAddedBlock(pb_istream_t *stream)
     return block;
 }
 
-void moveFirstLocation(LocatedBlock *block, DataNodeLocation **list)
+void moveLocation(LocatedBlock *block, std::uint32_t position, DataNodeLocation **list)
 {
-    DataNodeLocation *location = block->firstLocation;
+    DataNodeLocation **link = &block->firstLocation;
+    for (; position > 0 && *link; --position)
+        link = &(*link)->next;
+    DataNodeLocation *location = *link;
     if (!location)
         return;
-    block->firstLocation = location->next;
-    block->currentLocation = location->next;
+    *link = location->next;
+    block->currentLocation = block->firstLocation;
     --block->locationCount;
     location->next = nullptr;
     while (*list)

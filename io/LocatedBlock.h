@@ -14,6 +14,8 @@ struct DataNodeLocation {
     ByteString ipAddr() const;
     ByteString hostName() const; ///< the name that reads and writes connect to
     ByteString datanodeUuid() const;
+    /// Where it is in the cluster's topology ("/default-rack"); only of DataNodes that addBlock names, else empty.
+    ByteString networkLocation() const;
 
     DataNodeLocation *next; ///< null at the end of the block's list
     std::uint32_t xferPort; ///< data transfer protocol
@@ -22,6 +24,7 @@ struct DataNodeLocation {
     std::uint32_t ipAddrSize;
     std::uint32_t hostNameSize;
     std::uint32_t datanodeUuidSize;
+    std::uint32_t networkLocationSize;
     std::uint8_t down; ///< 1 once a read from this DataNode has failed
 };
 
@@ -66,8 +69,8 @@ bool appendLocatedBlock(pb_istream_t *stream, LocatedBlockList *list);
 /// the stream's error set when it cannot be decoded or there is no memory.
 LocatedBlock *decodeAddedBlock(pb_istream_t *stream);
 
-/// Takes the first location out of a block and puts it at the end of `*list`; nothing when there is none.
-void moveFirstLocation(LocatedBlock *block, DataNodeLocation **list);
+/// Takes the location at `position` out of a block and puts it at the end of `*list`; nothing when there is none.
+void moveLocation(LocatedBlock *block, std::uint32_t position, DataNodeLocation **list);
 
 /// A block without texts and locations; null when there is no memory.
 LocatedBlock *newSentinelBlock(std::uint64_t fileLength);

@@ -16,8 +16,14 @@ enum OpAnswer {
     AnswerNotReceived
 };
 
+/// What a DataNode does behind its answer, before it hears from the client again.
+enum WhatFollows {
+    DataFollow,    ///< it goes on sending
+    NothingFollows ///< it waits: no byte that is not the answer's may be waited for
+};
+
 /// Receives an answer into `*memory`, which grows as needed. `*message` reads from there when it is AnswerReceived. The
-/// first receive takes 4 bytes: what is not part of the answer is put back.
-OpAnswer receiveOpAnswer(DataNodeStream *stream, QByteArray *memory, pb_istream_t *message);
+/// length is read out of 4 bytes, which an answer has together with what follows: what is not part of it is put back.
+OpAnswer receiveOpAnswer(DataNodeStream *stream, QByteArray *memory, pb_istream_t *message, WhatFollows whatFollows);
 
 #endif

@@ -5,9 +5,8 @@
 
 namespace {
 
-bool encodeLocations(pb_ostream_t *stream, const pb_field_t *field, void *const *argument)
+bool encodeNodes(pb_ostream_t *stream, const pb_field_t *field, const DataNodeLocation *node, bool withNetworkLocation)
 {
-    const DataNodeLocation *node = static_cast<const DataNodeLocation *>(*argument);
     for (; node; node = node->next) {
         const ByteString ipAddr = node->ipAddr();
         const ByteString hostName = node->hostName();
@@ -19,11 +18,24 @@ bool encodeLocations(pb_ostream_t *stream, const pb_field_t *field, void *const 
         message.id.xferPort = node->xferPort;
         message.id.infoPort = node->infoPort;
         message.id.ipcPort = node->ipcPort;
+        const ByteString networkLocation = node->networkLocation();
+        if (withNetworkLocation && networkLocation.size > 0)
+            message.location = sendBytes(&networkLocation);
         if (!pb_encode_tag_for_field(stream, field) ||
             !pb_encode_submessage(stream, DatanodeInfoProto_fields, &message))
             return false;
     }
     return true;
+}
+
+bool encodeTargets(pb_ostream_t *stream, const pb_field_t *field, void *const *argument)
+{
+    return encodeNodes(stream, field, static_cast<const DataNodeLocation *>(*argument), false);
+}
+
+bool encodeExcluded(pb_ostream_t *stream, const pb_field_t *field, void *const *argument)
+{
+    return encodeNodes(stream, field, static_cast<const DataNodeLocation *>(*argument), true);
 }
 
 } // namespace
@@ -60,9 +72,14 @@ void BlockIdentity::describe(ExtendedBlockProto *message) const
     message->generationStamp = m_block->generationStamp;
 }
 
-pb_callback_t sendLocations(const DataNodeLocation *first)
+pb_callback_t sendTargets(const DataNodeLocation *first)
 {
-    return sendEach(encodeLocations, first);
+    return sendEach(encodeTargets, first);
+}
+
+pb_callback_t sendExcluded(const DataNodeLocation *first)
+{
+    return sendEach(encodeExcluded, first);
 }
 
 QByteArray encodeOpRequest(std::uint8_t opCode, PbFieldList fields, const void *message, const char **error)

@@ -1,5 +1,6 @@
 #include "io/WebHdfsBlockRead.h"
 
+#include "io/BlockWalk.h"
 #include "io/DataNodeSocket.h"
 #include "io/HdfsFileReader.h"
 #include "rpc/HostLog.h"
@@ -130,32 +131,15 @@ std::uint32_t readBlock(const HdfsFileReader &reader, LocatedBlock *block, std::
     return kReadFailed;
 }
 
-std::uint32_t readBlocks(HdfsFileReader &reader, std::int32_t *blockIndex, std::uint64_t offsetInBlock,
-                         std::uint32_t length, char *buffer)
+/// A name, or a user, that a DataNode may read as another one, because it decodes what it takes for escapes, queries
+/// and Latin-1.
+bool mayMeanAnother(const QByteArray &text, const char *meaningful)
 {
-    std::uint32_t owed = length;
-    std::int32_t index = *blockIndex;
-    for (;;) {
-        LocatedBlock *block = reader.blocks[index];
-        const std::uint64_t blockOffset = static_cast<std::uint64_t>(block->offset);
-        const std::uint64_t blockLength = static_cast<std::uint64_t>(reader.blocks[index + 1]->offset) - blockOffset;
-        const std::uint32_t wanted =
-            static_cast<std::uint32_t>(std::min<std::uint64_t>(owed, blockLength - offsetInBlock));
-        if (wanted > 0 && readBlock(reader, block, blockOffset + offsetInBlock, wanted, buffer) != 0)
-            return kReadFailed;
-        buffer += wanted;
-        owed -= wanted;
-        *blockIndex = index;
-        if (owed == 0)
-            return length;
-        ++index;
-        offsetInBlock = 0;
-        if (reader.blocks[index]->locationCount == 0) {
-            logToHost(QString::fromLatin1("ERROR WebHDFS: No data node that contains block %1 (5)")
-                          .arg(reader.blocks[index]->blockId));
-            return kReadNoLocation;
-        }
+    for (int i = 0; i < text.size(); ++i) {
+        if (static_cast<unsigned char>(text.at(i)) >= 0x80 || std::strchr(meaningful, text.at(i)))
+            return true;
     }
+    return false;
 }
 
 } // namespace
@@ -163,7 +147,12 @@ std::uint32_t readBlocks(HdfsFileReader &reader, std::int32_t *blockIndex, std::
 std::uint32_t readThroughWebHdfs(HdfsFileReader &reader, std::int32_t *blockIndex, std::uint64_t offsetInBlock,
                                  std::uint32_t length, char *buffer)
 {
-    const std::uint32_t result = readBlocks(reader, blockIndex, offsetInBlock, length, buffer);
-    closeDataNodeSocketUnlessKept(reader.connection);
-    return result;
+    if (mayMeanAnother(reader.path, "%?#") || mayMeanAnother(reader.connection->user, "%?#&"))
+        logToHost(QLatin1String("Warning WebHDFS: data nodes may take this name for another one: ") +
+                  QString::fromUtf8(reader.path.constData(), reader.path.size()));
+    return walkBlocks(
+        reader, blockIndex, offsetInBlock, length, buffer, "ERROR WebHDFS: No data node that contains block %1 (5)",
+        [&](LocatedBlock *block, std::uint64_t offset, std::uint32_t wanted, char *output) {
+            return readBlock(reader, block, static_cast<std::uint64_t>(block->offset) + offset, wanted, output);
+        });
 }

@@ -88,7 +88,7 @@ LocatedBlock *callAddBlock(NameNodeConnection *connection, const QByteArray &pat
         request.previous.numBytes = previous->numBytes;
     }
     if (excluded)
-        request.excludeNodes = sendLocations(excluded);
+        request.excludeNodes = sendExcluded(excluded);
     if (!call.encode(AddBlockRequestProto_fields, &request, kRequestLimit))
         return nullptr;
 

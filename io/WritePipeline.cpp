@@ -12,6 +12,7 @@
 #include "DataTransferMessages.pb.h"
 
 #include <algorithm>
+#include <cstring>
 
 namespace {
 
@@ -31,16 +32,43 @@ void logTransportFailure(const char *line, int error)
     logSocketError(kSocketErrorFormat, error);
 }
 
+/// The statuses of an acknowledgement, one for each DataNode of the pipeline.
+struct Replies {
+    Replies() : last(kNoReply), count(0), firstFailed(0), anyFailed(false) {}
+
+    void add(std::uint32_t status)
+    {
+        if (status != kDataTransferStatusSuccess && !anyFailed) {
+            anyFailed = true;
+            firstFailed = count;
+        }
+        last = status;
+        ++count;
+    }
+
+    std::uint32_t last; ///< the one that counts
+    std::uint32_t count;
+    std::uint32_t firstFailed; ///< position of the first one that is no success, if any
+    bool anyFailed;
+};
+
 bool decodeReply(pb_istream_t *stream, const pb_field_t *, void **argument)
 {
-    // One status, or several when they come packed: the last one counts.
+    // One status, or several when they come packed.
     std::uint64_t status;
     do {
         if (!pb_decode_varint(stream, &status))
             return false;
-        *static_cast<std::uint32_t *>(*argument) = static_cast<std::uint32_t>(status);
+        static_cast<Replies *>(*argument)->add(static_cast<std::uint32_t>(status));
     } while (stream->bytes_left > 0);
     return true;
+}
+
+bool isAt(const ByteString &host, std::uint32_t port, const ByteString &hostAndPort)
+{
+    const QByteArray text = QByteArray(host.data, static_cast<int>(host.size)) + ':' + QByteArray::number(port);
+    return static_cast<std::size_t>(text.size()) == hostAndPort.size &&
+           std::memcmp(text.constData(), hostAndPort.data, hostAndPort.size) == 0;
 }
 
 /// One attempt on one socket.
@@ -49,11 +77,12 @@ class Pipeline
 public:
     Pipeline(TcpSocket *socket, const LocatedBlock &block, const BlockWrite &write, PacketBuffer *buffer)
         : m_socket(socket), m_stream(socket), m_block(block), m_write(write), m_buffer(buffer), m_sent(0),
-          m_acknowledged(0)
+          m_acknowledged(0), m_suspect(0)
     {
     }
 
     PipelineResult run();
+    std::uint32_t suspect() const { return m_suspect; }
 
 private:
     PipelineResult setUp();
@@ -66,6 +95,7 @@ private:
     bool takeAcksThatAreThere();
     bool waitForWindow();
     bool receiveAck();
+    void blame(const ByteString &firstBadLink);
 
     TcpSocket *m_socket;
     DataNodeStream m_stream;
@@ -74,6 +104,7 @@ private:
     PacketBuffer *m_buffer;
     std::int64_t m_sent;         ///< packets; the next one's sequence number
     std::int64_t m_acknowledged; ///< packets; the sequence number that the next acknowledgement must have
+    std::uint32_t m_suspect;     ///< position of the DataNode that is to blame
 };
 
 PipelineResult Pipeline::run()
@@ -95,7 +126,7 @@ PipelineResult Pipeline::setUp()
     const BlockIdentity identity(&m_block);
     OpWriteBlockProto request = OpWriteBlockProto_init_default;
     identity.describe(&request.header);
-    request.targets = sendLocations(m_block.firstLocation->next);
+    request.targets = sendTargets(m_block.firstLocation->next);
     request.stage = kStagePipelineSetupCreate;
     request.pipelineSize = m_block.locationCount - 1;
     request.minBytesRcvd = m_write.bytesInBlocks;
@@ -117,7 +148,7 @@ bool Pipeline::receiveSetUpAnswer()
 {
     QByteArray memory;
     pb_istream_t message = memoryStream(nullptr, 0);
-    const OpAnswer state = receiveOpAnswer(&m_stream, &memory, &message);
+    const OpAnswer state = receiveOpAnswer(&m_stream, &memory, &message, NothingFollows);
     const int socketError = platform::lastSocketError();
     switch (state) {
     case AnswerLengthNotReceived:
@@ -130,13 +161,16 @@ bool Pipeline::receiveSetUpAnswer()
     case AnswerReceived:
         break;
     }
+    ByteString firstBadLink = emptyByteString();
     BlockOpResponseProto answer = BlockOpResponseProto_init_default;
-    if (!pb_decode(&message, BlockOpResponseProto_fields, &answer)) {
+    answer.firstBadLink = collectTo(&firstBadLink);
+    if (!decodeInitialised(&message, BlockOpResponseProto_fields, &answer)) {
         logCodecFailure("Block Decoding failed: %1", PB_GET_ERROR(&message));
         return false;
     }
     if (answer.status != kDataTransferStatusSuccess) {
         logToHost("Cannot create Pipeline");
+        blame(firstBadLink);
         return false;
     }
     return true;
@@ -261,27 +295,40 @@ bool Pipeline::receiveAck()
         logToHost("TCPIP received failed");
         return false;
     }
-    std::uint32_t status = kNoReply;
+    Replies replies;
     PipelineAckProto ack = PipelineAckProto_init_default;
-    ack.reply = decodeEach(decodeReply, &status);
+    ack.reply = decodeEach(decodeReply, &replies);
     pb_istream_t stream = memoryStream(bytes, length);
     if (!decodeInitialised(&stream, PipelineAckProto_fields, &ack)) {
         logCodecFailure("Block Decoding failed: %1", PB_GET_ERROR(&stream));
         return false;
     }
-    if (status != kDataTransferStatusSuccess || ack.seqno != m_acknowledged) {
+    if (replies.last != kDataTransferStatusSuccess || ack.seqno != m_acknowledged) {
         logToHost("error ACK paquet");
+        if (replies.anyFailed && replies.firstFailed < m_block.locationCount)
+            m_suspect = replies.firstFailed;
         return false;
     }
     ++m_acknowledged;
     return true;
 }
 
+void Pipeline::blame(const ByteString &firstBadLink)
+{
+    std::uint32_t position = 0;
+    for (const DataNodeLocation *node = m_block.firstLocation; node; node = node->next, ++position) {
+        if (isAt(node->ipAddr(), node->xferPort, firstBadLink) || isAt(node->hostName(), node->xferPort, firstBadLink))
+            m_suspect = position;
+    }
+}
+
 } // namespace
 
 PipelineResult runWritePipeline(NameNodeConnection *connection, const LocatedBlock &block, const BlockWrite &write,
-                                PacketBuffer *buffer)
+                                PacketBuffer *buffer, std::uint32_t *suspect)
 {
+    if (suspect)
+        *suspect = 0;
     TcpSocket *socket = block.firstLocation
                             ? getDataNodeSocket(connection, *block.firstLocation, block.firstLocation->xferPort)
                             : nullptr;
@@ -289,5 +336,9 @@ PipelineResult runWritePipeline(NameNodeConnection *connection, const LocatedBlo
         logToHost("Cannot connect to datanode");
         return AttemptFailed;
     }
-    return Pipeline(socket, block, write, buffer).run();
+    Pipeline pipeline(socket, block, write, buffer);
+    const PipelineResult result = pipeline.run();
+    if (suspect)
+        *suspect = pipeline.suspect();
+    return result;
 }

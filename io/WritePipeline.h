@@ -40,8 +40,11 @@ struct PacketBuffer {
 };
 
 /// One attempt to write `block`, which addBlock has given, through its DataNodes: set-up, packets, an empty last
-/// packet, and an acknowledgement for each. Every failure is logged. The DataNode socket is left open.
+/// packet, and an acknowledgement for each. Every failure is logged. The DataNode socket is left open. After
+/// AttemptFailed
+/// `*suspect` (may be null) is the position in the block's list of the DataNode that the others blame (`firstBadLink`,
+/// or the first reply of an acknowledgement that is no success), and 0 when they blame none.
 PipelineResult runWritePipeline(NameNodeConnection *connection, const LocatedBlock &block, const BlockWrite &write,
-                                PacketBuffer *buffer);
+                                PacketBuffer *buffer, std::uint32_t *suspect = nullptr);
 
 #endif

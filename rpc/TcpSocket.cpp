@@ -7,6 +7,8 @@ namespace {
 /// A handle with this value is dead by definition; a socket that is not there is found by asking it.
 const platform::SocketHandle kDeadHandle = 1;
 
+const std::int32_t kLargestPort = 65535;
+
 bool tryAddress(TcpSocket *socket, const addrinfo *address)
 {
     socket->handle = platform::openSocket(address->ai_family, address->ai_socktype, address->ai_protocol);
@@ -49,6 +51,9 @@ bool connectToAnyOther(TcpSocket *socket, const addrinfo *addresses, std::int32_
 
 int TcpSocket::connectTo(const char *host, std::int32_t port, std::int32_t preferredAddressIndex)
 {
+    // Resolvers cut a larger number to 16 bits, and that is somebody else's port.
+    if (port < 0 || port > kLargestPort)
+        return -1;
     char service[16];
     std::snprintf(service, sizeof service, "%i", static_cast<int>(port));
     return connectToService(host, service, preferredAddressIndex);

@@ -13,6 +13,7 @@
 #include <cstring>
 #include <gtest/gtest.h>
 #include <stdexcept>
+#include <sys/resource.h>
 #include <vector>
 
 namespace {
@@ -266,6 +267,18 @@ void RealCluster::restart(const QByteArray &node) const
 void RealCluster::waitUntilDead(const QByteArray &node) const
 {
     privateHdfs({"wait", "--dead", node});
+}
+
+void RealCluster::limitFiles(const QByteArray &node, std::int64_t bytes) const
+{
+    const QJsonObject nodes = QJsonDocument::fromJson(runPrivateHdfs({"status", "--json"}).output).object();
+    const int process = nodes.value(QString::fromLatin1(node)).toObject().value(QLatin1String("pid")).toInt();
+    rlimit limit;
+    if (process == 0 || ::prlimit(process, RLIMIT_FSIZE, nullptr, &limit) != 0)
+        fail("no limits of " + node);
+    limit.rlim_cur = bytes < 0 ? limit.rlim_max : static_cast<rlim_t>(bytes);
+    if (::prlimit(process, RLIMIT_FSIZE, &limit, nullptr) != 0)
+        fail("the limits of " + node + " cannot be set");
 }
 
 void RealCluster::mend() const

@@ -77,6 +77,8 @@ public:
     void restart(const QByteArray &node) const;
     /// Waits until the NameNode has given up a DataNode that was killed.
     void waitUntilDead(const QByteArray &node) const;
+    /// Lets a DataNode write no file beyond `bytes`, as on a disk that is full; a negative number lets it write again.
+    void limitFiles(const QByteArray &node, std::int64_t bytes) const;
     /// Undoes all faults.
     void mend() const;
 

@@ -1,7 +1,7 @@
 // Servers that are killed, stopped for a while and started again, before and in the middle of what we ask of them.
 // ctest runs these tests alone; each leaves a whole cluster behind.
+#include "testing/cluster/FaultTools.h"
 #include "testing/cluster/RealClusterTest.h"
-#include "testing/cluster/ReceiveHook.h"
 
 #include <QtCore/QFile>
 
@@ -35,43 +35,6 @@ std::string allDown(const Reader &reader)
     return "ERROR HDFS: All the data nodes that contains block " + std::to_string(reader->blocks[0]->blockId) +
            " are down";
 }
-
-/// Calls `function` once, when so many bytes have come.
-class OnceReceived
-{
-public:
-    OnceReceived(std::int64_t bytes, std::function<void()> function)
-        : m_isDone(false), m_hook([=](std::int64_t received) {
-              if (received >= bytes && !m_isDone) {
-                  m_isDone = true;
-                  function();
-              }
-          })
-    {
-    }
-    bool isDone() const { return m_isDone; }
-
-private:
-    bool m_isDone;
-    ReceiveHook m_hook;
-};
-
-/// Continues a server after a while, from a thread of its own.
-class LaterContinue
-{
-public:
-    LaterContinue(const RealCluster &cluster, const QByteArray &node, int milliseconds)
-        : m_thread([&cluster, node, milliseconds] {
-              std::this_thread::sleep_for(std::chrono::milliseconds(milliseconds));
-              cluster.resume(node);
-          })
-    {
-    }
-    ~LaterContinue() { m_thread.join(); }
-
-private:
-    std::thread m_thread;
-};
 
 bool isPacketFailure(const std::string &line, std::uint64_t blockId)
 {
