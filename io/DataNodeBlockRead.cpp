@@ -172,7 +172,7 @@ private:
     Failure readPacket();
     Failure receivePacketHeader(PacketHeaderProto *header);
     const char *whatIsWrongWith(const PacketHeaderProto &header) const;
-    std::uint32_t likelyHeadSize() const;
+    std::uint32_t likelyHeadSize(std::uint32_t wanted) const;
     std::uint64_t checksumBytes(std::uint32_t dataLength) const;
     Failure receiveChecksums(std::uint32_t dataLength);
     Failure readFirstChunk(std::uint32_t skip, std::uint32_t *dataLeft);
@@ -203,7 +203,7 @@ Failure BlockExchange::run(const QByteArray &request)
         failure = readPacket();
     // The data are there: a DataNode that no longer listens is only not used again.
     if (failure.step == NoFailure && !m_stream.statuses().sendWaiting())
-        m_socket->close();
+        m_stream.close();
     return failure;
 }
 
@@ -238,7 +238,7 @@ Failure BlockExchange::receiveAnswer()
 
 Failure BlockExchange::readPacket()
 {
-    m_stream.receiveAhead(likelyHeadSize());
+    m_stream.receiveAhead(likelyHeadSize(m_wanted));
     PacketHeaderProto header = PacketHeaderProto_init_default;
     Failure failure = receivePacketHeader(&header);
     if (failure.step != NoFailure)
@@ -305,12 +305,14 @@ const char *BlockExchange::whatIsWrongWith(const PacketHeaderProto &header) cons
 }
 
 /// Prefix, header and checksums of the next packet if it is like the one before, but not more than the packet must
-/// have.
-std::uint32_t BlockExchange::likelyHeadSize() const
+/// have. None when no more bytes are wanted.
+std::uint32_t BlockExchange::likelyHeadSize(std::uint32_t wanted) const
 {
+    if (wanted == 0)
+        return 0;
     const std::uint32_t kMostAhead = 64 * 1024;
     const std::uint64_t likely =
-        kPacketPrefixSize + m_lastHeaderSize + checksumBytes(std::min(m_lastDataLength, m_wanted));
+        kPacketPrefixSize + m_lastHeaderSize + checksumBytes(std::min(m_lastDataLength, wanted));
     return static_cast<std::uint32_t>(std::min<std::uint64_t>(likely, kMostAhead));
 }
 
@@ -375,7 +377,8 @@ Failure BlockExchange::readPartOfPacket(std::uint32_t dataLeft)
 
 Failure BlockExchange::readWholePacket(std::uint32_t dataLeft)
 {
-    if (m_stream.receiveExactly(m_output, dataLeft) != 0)
+    // The head of the next packet comes along when it is there.
+    if (m_stream.receiveExactly(m_output, dataLeft, likelyHeadSize(m_wanted - dataLeft)) != 0)
         return ReceiveWholePacket;
     if (!verify(m_output, dataLeft))
         return VerifyWholePacket;
@@ -398,7 +401,7 @@ void BlockExchange::packetRead()
     m_isFirstPacket = false;
     // Without the socket the next receive fails, and that is what gets reported.
     if (!m_stream.statuses().packetRead())
-        m_socket->close();
+        m_stream.close();
 }
 
 /// Reads `wanted` bytes of one block from whichever of its DataNodes gives them. 0 or kReadFailed.

@@ -125,6 +125,57 @@ TEST_F(Stream, DoesNotWaitForAllOfWhatItMayReceiveAhead)
     EXPECT_EQ("abc", receive(3));
 }
 
+TEST_F(Stream, ReceivesBytesAndWhatIsBehindThemInOneSystemCall)
+{
+    play("abcdefghij");
+    waitForBytes(10);
+    const SystemCallFaults calls;
+    char bytes[4] = {0};
+    ASSERT_EQ(0, stream.receiveExactly(bytes, 4, 3));
+    EXPECT_EQ("abcd", std::string(bytes, 4));
+    EXPECT_EQ("efg", receive(3));
+    EXPECT_EQ(1, calls.count(SystemCall::Receive));
+    EXPECT_EQ("hij", receive(3));
+}
+
+TEST_F(Stream, DoesNotWaitForWhatIsBehind)
+{
+    play("abcd");
+    waitForBytes(4);
+    char bytes[4] = {0};
+    ASSERT_EQ(0, stream.receiveExactly(bytes, 4, 1000));
+    EXPECT_EQ("abcd", std::string(bytes, 4));
+    EXPECT_EQ("failed", receive(1));
+}
+
+TEST_F(Stream, BytesWithOthersBehindThemMayComeInAnyPieces)
+{
+    for (std::size_t piece = 1; piece <= 10; ++piece) {
+        ScriptedPeer fragmenting;
+        fragmenting.setFragmentSize(piece);
+        fragmenting.addScript([](ScriptedConnection &connection) { connection.send("abcdefghij"); });
+        TcpSocket other;
+        ASSERT_EQ(0, other.connectTo("127.0.0.1", fragmenting.port(), 0));
+        DataNodeStream pieces(&other);
+        char bytes[10] = {0};
+        ASSERT_EQ(0, pieces.receiveExactly(bytes, 4, 3));
+        ASSERT_EQ(0, pieces.receiveExactly(bytes + 4, 2, 3));
+        ASSERT_EQ(0, pieces.receiveExactly(bytes + 6, 4, 0));
+        EXPECT_EQ("abcdefghij", std::string(bytes, 10));
+        other.close();
+    }
+}
+
+TEST_F(Stream, ClosedStreamForgetsWhatItReceivedAhead)
+{
+    play("abcdefghij");
+    waitForBytes(10);
+    stream.receiveAhead(6);
+    stream.close();
+    EXPECT_EQ("failed", receive(1));
+    EXPECT_EQ(platform::kInvalidSocket, socket.handle);
+}
+
 TEST_F(Stream, FailureToReceiveAheadShowsAtTheNextReceive)
 {
     play("");

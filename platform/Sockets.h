@@ -58,6 +58,12 @@ std::int64_t receiveWhole(SocketHandle handle, char *buffer, std::uint32_t lengt
 const std::int64_t kTimedOut = -2;
 std::int64_t receiveWithin(SocketHandle handle, char *buffer, std::uint32_t length, int milliseconds);
 
+/// As receiveWithin, into two places: what does not fit into `buffer` goes to `behind`, up to `behindLength` bytes.
+/// kNoLimit waits without limit.
+const int kNoLimit = -1;
+std::int64_t receiveScattered(SocketHandle handle, char *buffer, std::uint32_t length, char *behind,
+                              std::uint32_t behindLength, int milliseconds);
+
 /// The error number of this thread's last failed socket call (WSAGetLastError, errno).
 int lastSocketError();
 

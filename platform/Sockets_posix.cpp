@@ -6,6 +6,7 @@
 #include <netinet/tcp.h>
 #include <poll.h>
 #include <sys/ioctl.h>
+#include <sys/uio.h>
 #include <unistd.h>
 
 namespace platform {
@@ -17,6 +18,17 @@ int descriptor(SocketHandle handle)
     return handle == kInvalidSocket ? -1 : static_cast<int>(handle);
 }
 
+/// Receives into the places that `message` lists.
+std::int64_t receive(SocketHandle handle, msghdr *message, int flags)
+{
+    errno = 0;
+    ssize_t received;
+    do {
+        received = ::recvmsg(descriptor(handle), message, flags);
+    } while (received < 0 && errno == EINTR);
+    return received;
+}
+
 std::int64_t receive(SocketHandle handle, char *buffer, std::uint32_t length, int flags)
 {
     // An orderly close is no error: what it leaves for lastSocketError should not be an older call's.
@@ -26,6 +38,22 @@ std::int64_t receive(SocketHandle handle, char *buffer, std::uint32_t length, in
         received = ::recv(descriptor(handle), buffer, length, flags);
     } while (received < 0 && errno == EINTR);
     return received;
+}
+
+bool isNothingThere(std::int64_t received)
+{
+    return received < 0 && (errno == EAGAIN || errno == EWOULDBLOCK);
+}
+
+/// Also true when asking fails: the receive that follows says why.
+bool isReadableWithin(SocketHandle handle, int milliseconds)
+{
+    pollfd readable = {descriptor(handle), POLLIN, 0};
+    int ready;
+    do {
+        ready = ::poll(&readable, 1, milliseconds);
+    } while (ready < 0 && errno == EINTR);
+    return ready != 0;
 }
 
 } // namespace
@@ -113,16 +141,24 @@ std::int64_t receiveWhole(SocketHandle handle, char *buffer, std::uint32_t lengt
 std::int64_t receiveWithin(SocketHandle handle, char *buffer, std::uint32_t length, int milliseconds)
 {
     const std::int64_t received = receive(handle, buffer, length, MSG_DONTWAIT);
-    if (received >= 0 || (errno != EAGAIN && errno != EWOULDBLOCK))
+    if (!isNothingThere(received))
         return received;
-    pollfd readable = {descriptor(handle), POLLIN, 0};
-    int ready;
-    do {
-        ready = ::poll(&readable, 1, milliseconds);
-    } while (ready < 0 && errno == EINTR);
-    if (ready == 0)
-        return kTimedOut;
-    return receive(handle, buffer, length, 0);
+    return isReadableWithin(handle, milliseconds) ? receive(handle, buffer, length, 0) : kTimedOut;
+}
+
+std::int64_t receiveScattered(SocketHandle handle, char *buffer, std::uint32_t length, char *behind,
+                              std::uint32_t behindLength, int milliseconds)
+{
+    iovec places[] = {{buffer, length}, {behind, behindLength}};
+    msghdr message = msghdr();
+    message.msg_iov = places;
+    message.msg_iovlen = 2;
+    if (milliseconds == kNoLimit)
+        return receive(handle, &message, 0);
+    const std::int64_t received = receive(handle, &message, MSG_DONTWAIT);
+    if (!isNothingThere(received))
+        return received;
+    return isReadableWithin(handle, milliseconds) ? receive(handle, &message, 0) : kTimedOut;
 }
 
 int lastSocketError()

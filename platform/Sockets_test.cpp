@@ -200,6 +200,29 @@ TEST_F(Sockets, ReceiveWithinGivesUpAfterItsTime)
     EXPECT_EQ(platform::kTimedOut, platform::receiveWithin(m_handle, buffer, sizeof buffer, 0));
 }
 
+TEST_F(Sockets, ScatteredReceiveFillsTheFirstPlaceBeforeTheSecond)
+{
+    m_peer.addScript([](ScriptedConnection &connection) {
+        connection.receive(1);
+        connection.send("abcdefgh");
+        connection.receive(1);
+        connection.send("ij");
+        connection.stall();
+    });
+    connectToPeer();
+    char first[4];
+    char second[10];
+    EXPECT_EQ(platform::kTimedOut, platform::receiveScattered(m_handle, first, 4, second, 10, 20));
+    platform::sendOnce(m_handle, "x", 1);
+    ASSERT_EQ(8, platform::receiveScattered(m_handle, first, 4, second, 10, platform::kNoLimit));
+    EXPECT_EQ(0, std::memcmp(first, "abcd", 4));
+    EXPECT_EQ(0, std::memcmp(second, "efgh", 4));
+    platform::sendOnce(m_handle, "x", 1);
+    ASSERT_EQ(2, platform::receiveScattered(m_handle, first, 4, second, 10, 10000));
+    EXPECT_EQ(0, std::memcmp(first, "ij", 2));
+    EXPECT_EQ(-1, platform::receiveScattered(platform::kInvalidSocket, first, 4, second, 10, 1));
+}
+
 TEST_F(Sockets, SwitchNagleOff)
 {
     int on = -1;

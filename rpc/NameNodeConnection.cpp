@@ -99,7 +99,7 @@ void logRemoteException(const ByteString &className, const ByteString &message)
 
 NameNodeConnection::NameNodeConnection()
     : preferredAddressIndex(0), nextCallId(kConnectionContextCallId), port(0), useSasl(false),
-      keepDataNodeConnection(false), useWebHdfs(false), abandonsFailedBlocks(false)
+      keepDataNodeConnection(false), useWebHdfs(false), abandonsFailedBlocks(false), m_responses(&nameNodeSocket)
 {
 }
 
@@ -119,6 +119,7 @@ std::int32_t NameNodeConnection::connect(const QByteArray &host_, std::uint32_t 
     useSasl = useSasl_;
     useWebHdfs = useWebHdfs_;
     nextCallId = kConnectionContextCallId;
+    m_responses.clear();
 
     clientId = platform::createUniqueId();
     if (!clientId)
@@ -158,6 +159,7 @@ std::int32_t NameNodeConnection::disconnect()
         return 0;
     clientId.reset();
     nameNodeSocket.close();
+    m_responses.clear();
     responseBuffer = QByteArray();
     dataNodeSocket.close();
     dataNodeId.clear();
@@ -193,14 +195,14 @@ unsigned char *NameNodeConnection::writeCallHeaders(unsigned char *out, const ch
 std::int32_t NameNodeConnection::receiveResponse(pb_istream_t *stream)
 {
     unsigned char lengthBytes[kFrameLengthSize];
-    if (nameNodeSocket.receiveExactly(lengthBytes, sizeof lengthBytes) != 0) {
+    if (m_responses.receiveExactly(lengthBytes, sizeof lengthBytes) != 0) {
         logToHost("TCPIP received failed");
         return 1;
     }
     const std::uint32_t total = readBigEndian32(lengthBytes);
     if (total == 0)
         return 0;
-    if (receiveAnnounced(nameNodeSocket, &responseBuffer, total) != 0) {
+    if (receiveAnnounced(m_responses, &responseBuffer, total) != 0) {
         logToHost("TCPIP received failed");
         return 1;
     }

@@ -4,6 +4,7 @@
 #define RPC_NAMENODECONNECTION_H
 
 #include "platform/UniqueId.h"
+#include "rpc/ResponseStream.h"
 #include "rpc/TcpSocket.h"
 
 #include <QtCore/QByteArray>
@@ -70,6 +71,9 @@ public:
     QByteArray responseBuffer;
     TcpSocket dataNodeSocket;
     QByteArray dataNodeId; ///< datanodeUuid of the DataNode that dataNodeSocket is connected to; empty: none
+
+private:
+    ResponseStream m_responses; ///< from nameNodeSocket
 };
 
 #endif

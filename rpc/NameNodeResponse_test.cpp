@@ -95,6 +95,38 @@ TEST_F(NameNodeResponse, PlaceholdersInAnExceptionsTextsStayAsTheyAre)
     EXPECT_TRUE(log.takes({"ExceptionClassName=%1 %2\nerrorMsg=%2 and %1 and %99"}));
 }
 
+TEST_F(NameNodeResponse, ASmallResponseTakesOneReceive)
+{
+    nameNode.answer("delete", trueResponse());
+    const SystemCallFaults calls;
+    EXPECT_EQ(0, ClientProtocol::delete_(&connection, "/x", false));
+    EXPECT_EQ(1, calls.count(SystemCall::Receive));
+}
+
+TEST_F(NameNodeResponse, AResponseThatCameWithTheOneBeforeIsTheNext)
+{
+    hadoop::oracle::DeleteResponseProto no;
+    no.set_result(false);
+    nameNode.respond("delete", [&](ScriptedConnection &peer, const NameNodeCall &call) {
+        peer.send(ScriptedNameNode::frame(call, trueResponse()) + ScriptedNameNode::frame(call, no));
+    });
+    nameNode.respond("delete", [](ScriptedConnection &, const NameNodeCall &) {});
+    EXPECT_EQ(0, ClientProtocol::delete_(&connection, "/x", false));
+    EXPECT_EQ(1, ClientProtocol::delete_(&connection, "/x", false));
+    EXPECT_TRUE(log.holds({}));
+}
+
+TEST_F(NameNodeResponse, WhatCameOnAConnectionBeforeIsForgotten)
+{
+    nameNode.respond("delete", [](ScriptedConnection &peer, const NameNodeCall &call) {
+        peer.send(ScriptedNameNode::frame(call, trueResponse()) + "left behind");
+    });
+    EXPECT_EQ(0, ClientProtocol::delete_(&connection, "/x", false));
+    connection.disconnect();
+    SetUp();
+    expectThatTheNextCallSucceeds();
+}
+
 TEST_F(NameNodeResponse, AnExceptionOfManyMegabytesIsCutInTheLog)
 {
     const std::size_t logged = 1024 * 1024;

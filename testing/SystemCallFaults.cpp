@@ -9,10 +9,12 @@
 #include <cstring>
 #include <fcntl.h>
 #include <ifaddrs.h>
+#include <limits>
 #include <netdb.h>
 #include <netinet/in.h>
 #include <stdexcept>
 #include <sys/socket.h>
+#include <sys/uio.h>
 
 namespace {
 
@@ -215,6 +217,7 @@ int __real_socket(int, int, int);
 int __real_connect(int, const sockaddr *, socklen_t);
 ssize_t __real_send(int, const void *, size_t, int);
 ssize_t __real_recv(int, void *, size_t, int);
+ssize_t __real_recvmsg(int, msghdr *, int);
 int __real_setsockopt(int, int, int, const void *, socklen_t);
 int __real_getsockopt(int, int, int, void *, socklen_t *);
 int __real_getifaddrs(ifaddrs **);
@@ -314,6 +317,28 @@ ssize_t __wrap_recv(int descriptor, void *buffer, size_t size, int flags)
         size = limited(size, plan->receiveLimit);
     }
     return __real_recv(descriptor, buffer, size, flags);
+}
+
+ssize_t __wrap_recvmsg(int descriptor, msghdr *message, int flags)
+{
+    if (mustFail(SystemCall::Receive))
+        return -1;
+    if (mustInterrupt(SystemCall::Receive)) {
+        errno = EINTR;
+        return -1;
+    }
+    if (!plan)
+        return __real_recvmsg(descriptor, message, flags);
+    std::vector<iovec> places(message->msg_iov, message->msg_iov + message->msg_iovlen);
+    plan->longestReceive = std::max(plan->longestReceive, places.at(0).iov_len);
+    std::size_t room = limited(std::numeric_limits<std::size_t>::max(), plan->receiveLimit);
+    for (iovec &place : places) {
+        place.iov_len = std::min(place.iov_len, room);
+        room -= place.iov_len;
+    }
+    msghdr allowed = *message;
+    allowed.msg_iov = places.data();
+    return __real_recvmsg(descriptor, &allowed, flags);
 }
 
 int __wrap_setsockopt(int descriptor, int level, int name, const void *value, socklen_t size)

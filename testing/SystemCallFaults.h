@@ -22,7 +22,7 @@ enum class SystemCall {
     Socket,
     Connect,
     Send,
-    Receive,     ///< recv
+    Receive,     ///< recv, recvmsg
     SetOption,   ///< setsockopt
     GetOption,   ///< getsockopt
     Interfaces,  ///< getifaddrs

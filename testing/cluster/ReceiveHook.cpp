@@ -29,12 +29,22 @@ void ReceiveHook::received(std::int64_t bytes)
     current = this;
 }
 
-/// Takes the place of the system's function in this program and calls it.
+/// These take the places of the system's functions in this program and call them.
 extern "C" ssize_t recv(int descriptor, void *buffer, size_t size, int flags)
 {
     typedef ssize_t (*Receive)(int, void *, size_t, int);
     static const Receive systemReceive = reinterpret_cast<Receive>(::dlsym(RTLD_NEXT, "recv"));
     const ssize_t received = systemReceive(descriptor, buffer, size, flags);
+    if (current && received > 0)
+        current->received(received);
+    return received;
+}
+
+extern "C" ssize_t recvmsg(int descriptor, msghdr *message, int flags)
+{
+    typedef ssize_t (*Receive)(int, msghdr *, int);
+    static const Receive systemReceive = reinterpret_cast<Receive>(::dlsym(RTLD_NEXT, "recvmsg"));
+    const ssize_t received = systemReceive(descriptor, message, flags);
     if (current && received > 0)
         current->received(received);
     return received;

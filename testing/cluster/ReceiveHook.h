@@ -5,7 +5,8 @@
 #include <cstdint>
 #include <functional>
 
-/// Calls `function` behind every `recv` of this thread while the object lives. One object at a time and thread.
+/// Calls `function` behind every `recv` and `recvmsg` of this thread while the object lives. One object at a time and
+/// thread.
 class ReceiveHook
 {
 public:
