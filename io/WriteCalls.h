@@ -1,5 +1,5 @@
 // The calls of org.apache.hadoop.hdfs.protocol.ClientProtocol by which a file is written: create, addBlock,
-// abandonBlock, fsync and complete. All failures are logged.
+// abandonBlock, fsync and complete. Failures are logged, but for a response to addBlock that cannot be decoded.
 #ifndef IO_WRITECALLS_H
 #define IO_WRITECALLS_H
 

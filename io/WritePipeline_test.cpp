@@ -674,6 +674,17 @@ TEST_F(WritePipeline, AcksThatAreThereBeforeTheirPacketsWaitForThem)
     }
 }
 
+TEST_F(WritePipeline, AckForAPacketThatWasNotSentYetIsNotReadBefore)
+{
+    chunkSize = 16;
+    Serving serving;
+    serving.acksAhead = 3;
+    serving.ack = [](std::int64_t seqno) { return pipelineAck(seqno, {seqno == 2 ? 1u : 0u}); };
+    node.serve(serving);
+    expectFailed({"error ACK paquet"}, 40 * 8000);
+    EXPECT_EQ(3u, packetsOf());
+}
+
 TEST_F(WritePipeline, AckForAPacketThatWasNotSentYetIsNotTakenForAnotherOne)
 {
     Serving serving;

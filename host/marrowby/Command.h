@@ -39,10 +39,14 @@ struct CommandDescription {
     void (*run)(CommandContext &context);
 };
 
+/// The option that may be given several times, for NAME=VALUE.
+const char kPropertyOption[] = "-D";
+
 /// What was typed behind a command's name.
 struct CommandArguments {
     std::set<std::string> options;             ///< the names of the options given, also those with a value
     std::map<std::string, std::string> values; ///< of those that take one
+    std::vector<std::string> properties;       ///< NAME=VALUE of every -D, also of those before the command's name
     std::vector<QByteArray> operands;
 
     bool has(const char *option) const { return options.count(option) != 0; }

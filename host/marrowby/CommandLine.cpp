@@ -27,7 +27,26 @@ const std::vector<OptionDescription> &sessionOptions()
         {"--plugin", "this plug-in in place of the library QuorHDFS beside the program", "FILE"},
         {"--webhdfs", "read files through WebHDFS", ""},
         {"--no-webhdfs", "read files from the DataNodes directly", ""},
+        {"--abandon-block", "give a block that could not be written back before asking for the next", ""},
+        {"--no-abandon-block", "ask for the next block without giving it back", ""},
         {"--verbose", "show what the plug-in logs", ""}};
+    return options;
+}
+
+OptionDescription propertyOption()
+{
+    return {kPropertyOption, "how they are written; marrowby put --help tells more", "NAME=VALUE"};
+}
+
+/// What stands before a command's name.
+const std::vector<OptionDescription> &programOptions()
+{
+    static const std::vector<OptionDescription> options = [] {
+        std::vector<OptionDescription> all = sessionOptions();
+        all.push_back(propertyOption());
+        all.push_back({"--version", "the version of the program", ""});
+        return all;
+    }();
     return options;
 }
 
@@ -73,6 +92,7 @@ std::string programHelp()
         text += "  " + command.name + std::string(26 - 2 - command.name.size(), ' ') + command.summary + '\n';
     OptionReader options;
     options.add(sessionOptions(), "Options for this run, before or behind the command's name");
+    options.add({propertyOption()}, "The same, for commands that write files");
     text += options.help() + '\n';
     return text +
            "\nA path is absolute, or relative to the user's home directory /user/NAME, or begins with hdfs://.\n"
@@ -97,7 +117,7 @@ std::size_t positionOfCommand(const Words &words)
     std::size_t at = 0;
     while (at < words.size() && startsWithDash(words[at]) && !findCommand(words[at].substr(1)) &&
            words[at] != "-help") {
-        const OptionDescription *const option = findOption(sessionOptions(), words[at]);
+        const OptionDescription *const option = findOption(programOptions(), words[at]);
         const bool valueFollows =
             option && !option->value.empty() && words[at].find('=') == std::string::npos && at + 1 < words.size();
         at += valueFollows ? 2 : 1;
@@ -151,6 +171,10 @@ void takeSessionOptions(const OptionReader &reader, SessionOptions *session)
         session->webHdfs = 1;
     if (reader.given().count("--no-webhdfs"))
         session->webHdfs = 0;
+    if (reader.given().count("--abandon-block"))
+        session->abandonBlock = 1;
+    if (reader.given().count("--no-abandon-block"))
+        session->abandonBlock = 0;
     session->verbose = session->verbose || reader.given().count("--verbose");
 }
 
@@ -177,11 +201,10 @@ void checkOperandCount(const CommandDescription &command, std::size_t count)
     throw HelpWanted(commandHelp(*command));
 }
 
-void parseProgramOptions(const Words &words, SessionOptions *session)
+void parseProgramOptions(const Words &words, CommandLine *line)
 {
     OptionReader reader;
-    reader.add(sessionOptions(), "Options");
-    reader.add({{"--version", "the version of the program", ""}}, "Options");
+    reader.add(programOptions(), "Options");
     try {
         reader.read(words);
     } catch (const OptionReader::Help &) {
@@ -191,7 +214,8 @@ void parseProgramOptions(const Words &words, SessionOptions *session)
     }
     if (reader.given().count("--version"))
         throw HelpWanted("marrowby " MARROWBY_VERSION);
-    takeSessionOptions(reader, session);
+    takeSessionOptions(reader, &line->session);
+    line->arguments.properties = reader.properties();
 }
 
 } // namespace
@@ -206,7 +230,7 @@ CommandLine parseCommandLine(const std::vector<std::string> &arguments)
     CommandLine line;
     const std::size_t position = positionOfCommand(arguments);
     const Words before(arguments.begin(), arguments.begin() + static_cast<std::ptrdiff_t>(position));
-    parseProgramOptions(before, &line.session);
+    parseProgramOptions(before, &line);
     if (position == arguments.size())
         throw BadCommandLine(programHelp());
 
@@ -235,6 +259,8 @@ CommandLine parseCommandLine(const std::vector<std::string> &arguments)
         takeSessionOptions(reader, &line.session);
     line.arguments.options = reader.given();
     line.arguments.values = reader.values();
+    line.arguments.properties.insert(line.arguments.properties.end(), reader.properties().begin(),
+                                     reader.properties().end());
     line.arguments.operands = separated.operands;
     return line;
 }

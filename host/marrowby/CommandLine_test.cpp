@@ -107,7 +107,29 @@ TEST(CommandLine, WithoutOptionsTheStoredSettingsCount)
     EXPECT_TRUE(line.session.user.isEmpty());
     EXPECT_TRUE(line.session.plugin.isEmpty());
     EXPECT_EQ(line.session.webHdfs, -1);
+    EXPECT_EQ(line.session.abandonBlock, -1);
     EXPECT_FALSE(line.session.verbose);
+}
+
+TEST(CommandLine, ASwitchOfTheRunCanBeTurnedOnAndOff)
+{
+    EXPECT_EQ(parseCommandLine({"put", "x", "--abandon-block"}).session.abandonBlock, 1);
+    EXPECT_EQ(parseCommandLine({"--no-abandon-block", "put", "x"}).session.abandonBlock, 0);
+    EXPECT_EQ(parseCommandLine({"configure", "--abandon-block", "1"}).arguments.values.at("--abandon-block"), "1");
+    EXPECT_EQ(refusalOf({"configure", "--abandon-block", "yes"}),
+              "-configure: --abandon-block: 'yes' is neither 0 nor 1");
+}
+
+TEST(CommandLine, PropertiesStandBeforeOrBehindTheCommandAndKeepTheirOrder)
+{
+    const CommandLine line =
+        parseCommandLine({"-D", "a=1", "-Db=2", "put", "-D", "c=3", "x", "-Dd=4=5", "-f", "-D", "a=6", "/y"});
+    EXPECT_EQ(line.arguments.properties, (Words{"a=1", "b=2", "c=3", "d=4=5", "a=6"}));
+    EXPECT_EQ(operands(line), (Operands{"x", "/y"}));
+    EXPECT_TRUE(line.arguments.has("-f"));
+    EXPECT_EQ(parseCommandLine({"-D", "a=1", "-ls"}).arguments.properties, Words{"a=1"});
+    EXPECT_EQ(refusalOf({"ls", "-D", "a=1"}), "-ls: Illegal option -D");
+    EXPECT_EQ(refusalOf({"put", "x", "-D"}), "-put: -D needs a value");
 }
 
 TEST(CommandLine, ConfigureHasOptionsOfItsOwn)

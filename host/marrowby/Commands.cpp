@@ -1,15 +1,22 @@
 #include "host/marrowby/Commands.h"
 
 #include "host/marrowby/Attributes.h"
+#include "host/marrowby/Copy.h"
 #include "host/marrowby/Get.h"
 #include "host/marrowby/Listing.h"
 #include "host/marrowby/Namespace.h"
+#include "host/marrowby/Put.h"
 #include "host/marrowby/Status.h"
+#include "host/marrowby/Touch.h"
 #include "host/marrowby/Transfer.h"
 
 namespace {
 
 const int kAnyNumber = -1;
+
+/// How the commands that write files describe -D.
+const char kPropertyHelp[] =
+    "dfs.blocksize: bytes of a block (128m), dfs.replication (3), dfs.bytes-per-checksum (1024)";
 
 CommandDescription list()
 {
@@ -110,6 +117,37 @@ CommandDescription mv()
             kAnyNumber,
             nullptr,
             movePaths};
+}
+
+CommandDescription cp()
+{
+    return {
+        "cp",
+        "[-f] [-d] [-D NAME=VALUE]... SOURCE... DESTINATION",
+        "copies files and directories",
+        "Copies each source into DESTINATION when that is a directory; otherwise gives the only copy that name. The "
+        "bytes go through this machine. A copy has the block size of its source; its permissions and its replication "
+        "are those of a new file. It has its name only once it is complete; until then it is called NAME._COPYING_.",
+        {{"-f", "overwrite files that are there", ""},
+         {"-d", "changes nothing; known from hdfs dfs", ""},
+         {kPropertyOption, "dfs.replication: of the copies (3)", "NAME=VALUE"}},
+        2,
+        kAnyNumber,
+        nullptr,
+        copyPaths};
+}
+
+CommandDescription touchz()
+{
+    return {"touchz",
+            "[-D NAME=VALUE]... PATH...",
+            "makes empty files",
+            "Makes an empty file at each path, also in place of an empty one.",
+            {{kPropertyOption, kPropertyHelp, "NAME=VALUE"}},
+            1,
+            kAnyNumber,
+            nullptr,
+            makeEmptyFiles};
 }
 
 CommandDescription setrep()
@@ -218,15 +256,53 @@ CommandDescription get()
         getPaths};
 }
 
+CommandDescription put()
+{
+    return {"put",
+            "[-f] [-d] [-D NAME=VALUE]... SOURCE... [DESTINATION]",
+            "copies files and directories of this machine to HDFS",
+            "Copies each source into DESTINATION when that is a directory of HDFS; otherwise gives the only copy that "
+            "name. "
+            "Without DESTINATION: into the home directory. The only source - is standard input, for which missing "
+            "directories "
+            "are made. Files get the permissions "
+            "rw-r--r--, directories rwxr-xr-x. A file has its name only once it is complete; until then it is called "
+            "NAME._COPYING_. With -f the old file goes right before.",
+            {{"-f", "overwrite files that are there", ""},
+             {"-d", "changes nothing; known from hdfs dfs", ""},
+             {kPropertyOption, kPropertyHelp, "NAME=VALUE"}},
+            1,
+            kAnyNumber,
+            nullptr,
+            putPaths};
+}
+
+CommandDescription moveFromLocal()
+{
+    CommandDescription description = put();
+    description.name = "moveFromLocal";
+    description.summary = "moves files and directories of this machine to HDFS";
+    description.details +=
+        " What is complete in HDFS is deleted here. A directory that is in HDFS already is left alone.";
+    description.run = movePathsFromHere;
+    return description;
+}
+
 CommandDescription configure()
 {
     return {"configure",
-            "[--namenode HOST:PORT] [--user NAME] [--webhdfs 0|1]",
+            "[--namenode HOST:PORT] [--user NAME] [--webhdfs 0|1] [--abandon-block 0|1]",
             "shows and changes the stored connection settings",
-            "Without an option it shows what is stored. An option changes one value and leaves the others.",
+            "Without an option it shows what is stored. An option changes one value and leaves the others.\n\n"
+            "abandonBlock says what a writer does with a block whose first DataNode failed. 0: the block is "
+            "asked for again, and the NameNode may answer with the same one on the same nodes; five such attempts end "
+            "with \"Maximum retry reached\", and the file cannot be written. 1: the block is given back first, so that "
+            "the NameNode chooses other nodes.",
             {{"--namenode", "the NameNode; the port is 8020 when it is missing", "HOST:PORT"},
              {"--user", "the user to work as; empty: the environment variable USERNAME, or this login", "NAME"},
-             {"--webhdfs", "1: read files through WebHDFS, 0: from the DataNodes directly", "0|1"}},
+             {"--webhdfs", "1: read files through WebHDFS, 0: from the DataNodes directly", "0|1"},
+             {"--abandon-block", "1: give a block that could not be written back before asking for the next, 0: do not",
+              "0|1"}},
             0,
             0,
             nullptr,
@@ -237,9 +313,9 @@ CommandDescription configure()
 
 const std::vector<CommandDescription> &allCommands()
 {
-    static const std::vector<CommandDescription> commands = {list(), stat(),   test(),  mkdir(),    rm(),
-                                                             mv(),   setrep(), chmod(), chown(),    cat(),
-                                                             head(), tail(),   get(),   configure()};
+    static const std::vector<CommandDescription> commands = {
+        list(), stat(), test(), mkdir(), touchz(),        rm(),       mv(), cp(), setrep(), chmod(), chown(), cat(),
+        head(), tail(), get(),  put(),   moveFromLocal(), configure()};
     return commands;
 }
 

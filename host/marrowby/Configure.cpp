@@ -15,6 +15,8 @@ void configureConnection(const CommandArguments &arguments, Output &output)
             settings.user = QString::fromLocal8Bit(value.second.c_str());
         } else if (value.first == "--webhdfs") {
             settings.webHdfs = value.second == "1";
+        } else if (value.first == "--abandon-block") {
+            settings.abandonBlock = value.second == "1";
         }
     }
     const QByteArray location = ConnectionSettings::location().toUtf8();
@@ -24,8 +26,9 @@ void configureConnection(const CommandArguments &arguments, Output &output)
     provideUserName();
     const bool hasAddress = !settings.address.isEmpty();
     const bool hasUser = !settings.user.isEmpty();
-    output.line("namenode  " + (hasAddress ? settings.authority() : QByteArray("(none)")));
-    output.line("user      " + settings.effectiveUser() + (hasUser ? "" : " (not stored: this login)"));
-    output.line("webhdfs   " + QByteArray::number(settings.webHdfs));
+    output.line("namenode      " + (hasAddress ? settings.authority() : QByteArray("(none)")));
+    output.line("user          " + settings.effectiveUser() + (hasUser ? "" : " (not stored: this login)"));
+    output.line("webhdfs       " + QByteArray::number(settings.webHdfs));
+    output.line("abandonBlock  " + QByteArray::number(settings.abandonBlock));
     output.line((arguments.values.empty() ? "Read from " : "Stored in ") + location);
 }

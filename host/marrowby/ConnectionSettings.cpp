@@ -7,13 +7,20 @@ namespace {
 
 const char kHdfs[] = "hdfs";
 const char kWebHdfs[] = "webhdfs";
+const char kAbandonBlock[] = "abandonBlock";
 const char kUserVariable[] = "USERNAME";
 const char kDefaultPort[] = "8020";
 const int kHighestPort = 65535;
 
+QString switchText(bool on)
+{
+    return QString::fromLatin1(on ? "1" : "0");
+}
+
 } // namespace
 
-ConnectionSettings ConnectionSettings::fromValues(const QString &hdfs, const QString &webHdfs)
+ConnectionSettings ConnectionSettings::fromValues(const QString &hdfs, const QString &webHdfs,
+                                                  const QString &abandonBlock)
 {
     ConnectionSettings settings;
     QStringList fields = hdfs.split(QLatin1Char('|'));
@@ -24,6 +31,7 @@ ConnectionSettings ConnectionSettings::fromValues(const QString &hdfs, const QSt
         settings.user = fields.takeFirst();
     settings.furtherFields = fields;
     settings.webHdfs = webHdfs.toInt() != 0;
+    settings.abandonBlock = abandonBlock.toInt() != 0;
     return settings;
 }
 
@@ -42,14 +50,16 @@ ConnectionSettings ConnectionSettings::load()
 {
     const std::unique_ptr<QSettings> store = platform::openConnectionSettings();
     return fromValues(platform::settingText(*store, QLatin1String(kHdfs)),
-                      platform::settingText(*store, QLatin1String(kWebHdfs)));
+                      platform::settingText(*store, QLatin1String(kWebHdfs)),
+                      platform::settingText(*store, QLatin1String(kAbandonBlock)));
 }
 
 bool ConnectionSettings::save() const
 {
     const std::unique_ptr<QSettings> store = platform::openConnectionSettings();
     store->setValue(QLatin1String(kHdfs), hdfsValue());
-    store->setValue(QLatin1String(kWebHdfs), QString::fromLatin1(webHdfs ? "1" : "0"));
+    store->setValue(QLatin1String(kWebHdfs), switchText(webHdfs));
+    store->setValue(QLatin1String(kAbandonBlock), switchText(abandonBlock));
     store->sync();
     return store->status() == QSettings::NoError;
 }

@@ -6,20 +6,21 @@
 #include <QtCore/QString>
 #include <QtCore/QStringList>
 
-/// The values "hdfs" (HOST[:PORT][|INDEX[|USER[|further fields]]]) and "webhdfs".
+/// The values "hdfs" (HOST[:PORT][|INDEX[|USER[|further fields]]]), "webhdfs" and "abandonBlock".
 struct ConnectionSettings {
     QString address;      ///< HOST or HOST:PORT as it stands; empty: nothing is configured
     QString addressIndex; ///< which of the host's addresses is tried first; empty: not stored
     QString user;         ///< empty: not stored
     QStringList furtherFields;
     bool webHdfs = false;
+    bool abandonBlock = false; ///< a block that could not be written is given back before the next is asked for
 
-    static ConnectionSettings fromValues(const QString &hdfs, const QString &webHdfs);
+    static ConnectionSettings fromValues(const QString &hdfs, const QString &webHdfs, const QString &abandonBlock);
     QString hdfsValue() const;
 
     /// What is stored for the plug-in.
     static ConnectionSettings load();
-    /// Stores both values; false when the store cannot be written.
+    /// Stores the values; false when the store cannot be written.
     bool save() const;
     /// Where they are stored, for people.
     static QString location();

@@ -10,9 +10,10 @@
 
 namespace {
 
-ConnectionSettings settingsOf(const char *hdfs, const char *webHdfs = "0")
+ConnectionSettings settingsOf(const char *hdfs, const char *webHdfs = "0", const char *abandonBlock = "0")
 {
-    return ConnectionSettings::fromValues(QString::fromLatin1(hdfs), QString::fromLatin1(webHdfs));
+    return ConnectionSettings::fromValues(QString::fromLatin1(hdfs), QString::fromLatin1(webHdfs),
+                                          QString::fromLatin1(abandonBlock));
 }
 
 /// Settings in a directory of the test's own.
@@ -35,7 +36,16 @@ TEST(ConnectionSettings, EveryFieldIsKeptInItsPlace)
     EXPECT_EQ(settings.addressIndex, QLatin1String("2"));
     EXPECT_EQ(settings.user, QLatin1String("alice"));
     EXPECT_TRUE(settings.webHdfs);
+    EXPECT_FALSE(settings.abandonBlock);
     EXPECT_EQ(settings.hdfsValue(), QLatin1String("host:9000|2|alice|x|y"));
+}
+
+TEST(ConnectionSettings, ASwitchIsOnWithAnyNumberButZero)
+{
+    for (const char *value : {"1", "2", "-1"})
+        EXPECT_TRUE(settingsOf("host", "0", value).abandonBlock) << value;
+    for (const char *value : {"0", "", "yes"})
+        EXPECT_FALSE(settingsOf("host", "0", value).abandonBlock) << value;
 }
 
 TEST(ConnectionSettings, FieldsThatAreMissingStayAway)
@@ -95,17 +105,19 @@ TEST(ConnectionSettings, AddressesAreChecked)
 
 TEST_F(StoredSettings, WhatIsSavedIsLoaded)
 {
-    EXPECT_TRUE(settingsOf("host:9000|1|alice", "1").save());
+    EXPECT_TRUE(settingsOf("host:9000|1|alice", "1", "1").save());
     EXPECT_EQ(filesInDirectory(), QStringList("Quor.ini"));
     const ConnectionSettings loaded = ConnectionSettings::load();
     EXPECT_EQ(loaded.hdfsValue(), QLatin1String("host:9000|1|alice"));
     EXPECT_TRUE(loaded.webHdfs);
+    EXPECT_TRUE(loaded.abandonBlock);
 }
 
 TEST_F(StoredSettings, NothingStoredIsNoAddress)
 {
     EXPECT_TRUE(ConnectionSettings::load().address.isEmpty());
     EXPECT_FALSE(ConnectionSettings::load().webHdfs);
+    EXPECT_FALSE(ConnectionSettings::load().abandonBlock);
 }
 
 TEST_F(StoredSettings, AStoreThatCannotBeWrittenIsReported)

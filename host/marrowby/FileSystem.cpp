@@ -3,6 +3,7 @@
 #include "host/marrowby/Errors.h"
 #include "host/marrowby/FileMode.h"
 #include "host/marrowby/Interrupt.h"
+#include "host/marrowby/Messages.h"
 #include "host/marrowby/RemoteError.h"
 #include "rpc/HdfsFileStatus.h"
 
@@ -152,4 +153,52 @@ HdfsFileReader *FileSystem::openReader(const QByteArray &path)
     if (!reader)
         fail();
     return reader;
+}
+
+void FileSystem::replace(const QByteArray &path, const QByteArray &by, bool *removed)
+{
+    begin();
+    *removed = check(m_session->delete_(m_session.connection(), path, false));
+    if (!*removed)
+        throw Failure(inputOutputError(path));
+    m_session.forgetLog();
+    if (m_session->rename(m_session.connection(), by, path) != kResultTrue)
+        fail();
+    FileEntry entry;
+    if (!find(path, &entry))
+        throw Failure(inputOutputError(path));
+}
+
+HdfsFileWriter *FileSystem::createWriter(const QByteArray &path, const WriteSettings &settings)
+{
+    begin();
+    HdfsFileWriter *const writer =
+        m_session->createWriter(m_session.connection(), path, kNewFileMode, settings.replication, settings.blockSize);
+    if (!writer)
+        fail();
+    if (settings.bytesPerChecksum)
+        m_session->setChunkSize(writer, settings.bytesPerChecksum);
+    return writer;
+}
+
+void FileSystem::makeEmptyFile(const QByteArray &path, const WriteSettings &settings)
+{
+    HdfsFileWriter *const writer = createWriter(path, settings);
+    const bool closed = m_session->closeWriter(writer, nullptr, 0) == kResultTrue;
+    m_session->deleteWriter(writer);
+    if (!closed)
+        fail();
+}
+
+void FileSystem::copy(const QByteArray &source, quint64 length, const QByteArray &destination)
+{
+    begin();
+    const StopWaits undisturbed;
+    const qint32 status = m_session->copy(m_session.connection(), source, destination);
+    const QByteArray reason = reasonIn(m_session.log());
+    checkForInterrupt();
+    // Success says nothing about the destination's last block.
+    FileEntry entry;
+    if (status != kResultTrue || !find(destination, &entry) || entry.length != length)
+        throw Failure(reason);
 }

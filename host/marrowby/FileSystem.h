@@ -3,6 +3,7 @@
 #define HOST_MARROWBY_FILESYSTEM_H
 
 #include "host/marrowby/Session.h"
+#include "host/marrowby/WriteSettings.h"
 
 #include <QtCore/QByteArray>
 
@@ -46,6 +47,20 @@ public:
 
     /// Never null; the caller returns it with the interface's `deleteReader`.
     HdfsFileReader *openReader(const QByteArray &path);
+
+    /// Deletes `path` and gives its name to the file `by`. Nothing that the user wants comes between the two.
+    /// `*removed`: whether it came to the second step.
+    void replace(const QByteArray &path, const QByteArray &by, bool *removed);
+
+    /// A writer for a new file, which is not made yet. Never null; the caller returns it with the interface's
+    /// `deleteWriter`.
+    HdfsFileWriter *createWriter(const QByteArray &path, const WriteSettings &settings);
+
+    /// Makes an empty file, in place of an empty one that is there.
+    void makeEmptyFile(const QByteArray &path, const WriteSettings &settings);
+
+    /// Copies a file of `length` bytes, with its permission and replication.
+    void copy(const QByteArray &source, quint64 length, const QByteArray &destination);
 
     Session &session() const { return m_session; }
 

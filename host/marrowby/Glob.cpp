@@ -112,6 +112,17 @@ QByteArray Glob::withoutEscapes(const QByteArray &text)
     return plain;
 }
 
+QByteArray Glob::escaped(const QByteArray &text)
+{
+    QByteArray pattern;
+    for (int at = 0; at < text.size(); ++at) {
+        if (std::strchr("\\*?[]{}", text.at(at)))
+            pattern += '\\';
+        pattern += text.at(at);
+    }
+    return pattern;
+}
+
 QList<QByteArray> Glob::withoutSlashesInBraces(const QByteArray &path)
 {
     checkLastEscape(path);

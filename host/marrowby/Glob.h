@@ -29,6 +29,9 @@ public:
     /// `text` with "\c" replaced by "c".
     static QByteArray withoutEscapes(const QByteArray &text);
 
+    /// `text` as a pattern that matches nothing but it.
+    static QByteArray escaped(const QByteArray &text);
+
     /// Replaces braces that hold a "/" by all they stand for: "/{a/x,b}/y" gives "/a/x/y" and "/b/y". Other braces
     /// stay. Throws as the constructor.
     static QList<QByteArray> withoutSlashesInBraces(const QByteArray &path);

@@ -120,6 +120,16 @@ TEST(Glob, EscapesVanishFromPlainText)
     EXPECT_EQ(Glob::withoutEscapes("a\\"), "a\\");
 }
 
+TEST(Glob, AnEscapedTextStandsForItself)
+{
+    const QByteArray text = "/a*b?c[d]e{f,g}h\\i j";
+    const QByteArray escaped = Glob::escaped(text);
+    EXPECT_EQ(escaped, "/a\\*b\\?c\\[d\\]e\\{f,g\\}h\\\\i j");
+    EXPECT_FALSE(Glob::hasWildcard(escaped));
+    EXPECT_EQ(Glob::withoutEscapes(escaped), text);
+    EXPECT_EQ(Glob::escaped("/plain/größe"), "/plain/größe");
+}
+
 TEST(Glob, BracesWithSlashesBecomePathsOfTheirOwnAndOthersStay)
 {
     const QList<QByteArray> paths = {"/t/dir/a/{x,y}", "/t/b/{x,y}"};

@@ -2,10 +2,15 @@
 
 #include "host/marrowby/Errors.h"
 
+#include <QtCore/QCoreApplication>
+#include <QtCore/QFile>
+
 #include <algorithm>
 #include <csignal>
 #include <cstring>
 #include <ctime>
+#include <fcntl.h>
+#include <sys/wait.h>
 #include <unistd.h>
 
 namespace {
@@ -22,6 +27,51 @@ struct Leftover {
 };
 Leftover leftovers[4];
 
+/// What the handler runs: the program and its arguments one after the other, each with its final zero, and where each
+/// begins. It counts when `used` is set.
+struct LastRun {
+    volatile std::sig_atomic_t used;
+    char text[8192];
+    char *words[16];
+};
+LastRun lastRun;
+
+const int kLastRunPatience = 3000; // milliseconds
+const int kLastRunSlice = 20;
+
+void pauseFor(int milliseconds)
+{
+    timespec time;
+    time.tv_sec = 0;
+    time.tv_nsec = milliseconds * 1000000L;
+    ::nanosleep(&time, nullptr);
+}
+
+/// Only what a signal handler may call.
+void doLastRun()
+{
+    const pid_t child = ::_Fork(); // unlike fork it takes no locks
+    if (child < 0)
+        return;
+    if (child == 0) {
+        ::setsid(); // the terminal's next Ctrl-C is not for it
+        sigset_t none;
+        sigemptyset(&none);
+        ::sigprocmask(SIG_SETMASK, &none, nullptr);
+        const int nowhere = ::open("/dev/null", O_RDWR);
+        for (int descriptor = 0; descriptor < 3; ++descriptor)
+            ::dup2(nowhere, descriptor);
+        ::execv(lastRun.words[0], lastRun.words);
+        ::_exit(127);
+    }
+    for (int waited = 0; waited < kLastRunPatience; waited += kLastRunSlice) {
+        if (::waitpid(child, nullptr, WNOHANG) != 0)
+            return;
+        pauseFor(kLastRunSlice);
+    }
+    ::kill(child, SIGKILL);
+}
+
 /// How long the program has to tidy up by itself: the plug-in does not come back from a server that says nothing.
 const int kGraceSeconds = 1;
 timer_t grace;
@@ -32,6 +82,8 @@ void endAtOnce(int signal)
     for (Leftover &leftover : leftovers)
         if (leftover.used && ::unlink(leftover.path) != 0)
             ::rmdir(leftover.path);
+    if (lastRun.used)
+        doLastRun();
     std::signal(signal, SIG_DFL);
     sigset_t these;
     sigemptyset(&these);
@@ -92,6 +144,11 @@ void watchForInterrupts()
     }
 }
 
+bool endIsRequested()
+{
+    return requested != 0;
+}
+
 void checkForInterrupt()
 {
     if (requested)
@@ -104,12 +161,29 @@ void waitUnlessInterrupted(int milliseconds)
     const int kSlice = 50;
     for (int left = milliseconds; left > 0; left -= kSlice) {
         checkForInterrupt();
-        timespec slice;
-        slice.tv_sec = 0;
-        slice.tv_nsec = std::min(left, kSlice) * 1000000L;
-        ::nanosleep(&slice, nullptr);
+        pauseFor(std::min(left, kSlice));
     }
     checkForInterrupt();
+}
+
+StopWaits::StopWaits()
+{
+    sigset_t stop;
+    sigset_t before;
+    sigemptyset(&stop);
+    sigaddset(&stop, SIGTSTP);
+    ::sigprocmask(SIG_BLOCK, &stop, &before);
+    m_waitedBefore = sigismember(&before, SIGTSTP) == 1;
+}
+
+StopWaits::~StopWaits()
+{
+    if (m_waitedBefore)
+        return;
+    sigset_t stop;
+    sigemptyset(&stop);
+    sigaddset(&stop, SIGTSTP);
+    ::sigprocmask(SIG_UNBLOCK, &stop, nullptr);
 }
 
 void removeAtAbruptEnd(const QByteArray &path)
@@ -128,4 +202,26 @@ void isRemoved(const QByteArray &path)
     for (Leftover &leftover : leftovers)
         if (leftover.used && path == leftover.path)
             leftover.used = 0;
+}
+
+void runAtAbruptEnd(const std::vector<QByteArray> &arguments)
+{
+    lastRun.used = 0;
+    if (arguments.empty())
+        return;
+    std::vector<QByteArray> words(1, QFile::encodeName(QCoreApplication::applicationFilePath()));
+    words.insert(words.end(), arguments.begin(), arguments.end());
+    if (words.size() >= sizeof lastRun.words / sizeof lastRun.words[0])
+        return;
+    char *end = lastRun.text;
+    for (std::size_t i = 0; i < words.size(); ++i) {
+        const std::size_t size = static_cast<std::size_t>(words[i].size()) + 1;
+        if (size > static_cast<std::size_t>(lastRun.text + sizeof lastRun.text - end))
+            return;
+        lastRun.words[i] = end;
+        std::memcpy(end, words[i].constData(), size);
+        end += size;
+    }
+    lastRun.words[words.size()] = nullptr;
+    lastRun.used = 1;
 }

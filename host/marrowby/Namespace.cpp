@@ -1,10 +1,9 @@
 #include "host/marrowby/Namespace.h"
 
-#include "host/marrowby/Operands.h"
+#include "host/marrowby/Destination.h"
+#include "host/marrowby/FileMode.h"
 
 namespace {
-
-const quint32 kDirectoryMode = 0755; // 0777 without the client's umask of 022
 
 void makeDirectory(CommandContext &context, const Item &item)
 {
@@ -22,7 +21,7 @@ void makeDirectory(CommandContext &context, const Item &item)
     FileEntry parent;
     if (!withParents && !context.files.find(parentPath(item.path), &parent))
         throw Failure(noSuchFile(context.names.qualified(parentPath(item.path))));
-    context.files.makeDirectory(item.path, kDirectoryMode, withParents);
+    context.files.makeDirectory(item.path, kNewDirectoryMode, withParents);
 }
 
 void removePath(CommandContext &context, const Item &item)
@@ -40,42 +39,14 @@ void removePath(CommandContext &context, const Item &item)
     context.output.line("Deleted " + item.shown);
 }
 
-/// The single thing that a destination argument stands for.
-Item destinationOf(CommandContext &context, const QByteArray &argument)
-{
-    const std::vector<Item> items = expand(context, argument);
-    if (items.size() > 1)
-        throw Failure('`' + argument + "': Too many matches");
-    if (items.front().argument.hasWildcard)
-        mustExist(items.front());
-    return items.front();
-}
-
-Item inside(CommandContext &context, const Item &directory, const QByteArray &name)
-{
-    Item item;
-    item.argument = directory.argument;
-    item.path = name.isEmpty() ? directory.path : childPath(directory.path, name);
-    item.shown = name.isEmpty() ? directory.shown + '/' : context.names.shown(item.path, directory.argument);
-    item.exists = context.files.find(item.path, &item.entry);
-    return item;
-}
-
 void movePath(CommandContext &context, const Item &source, const Item &destination)
 {
     mustExist(source);
-    const bool into = destination.exists && destination.entry.isDirectory;
-    const Item target = into ? inside(context, destination, lastName(source.path)) : destination;
-    const bool below = source.path == "/" || target.path.startsWith(source.path + '/');
-    if (source.entry.isDirectory && below)
-        throw Failure('`' + source.shown + "' to `" + target.shown + "': is a subdirectory of itself");
+    const Item target = targetOf(context, destination, lastName(source.path));
+    mustNotBeBelow(source, target);
     if (target.exists)
         throw Failure(fileExists(target.shown));
-    // "new/" says that "new" is a directory already.
-    const bool mustBeDirectory = target.shown.endsWith('/');
-    FileEntry parent;
-    if (mustBeDirectory || !context.files.find(parentPath(target.path), &parent))
-        throw Failure(noSuchParent(target.shown, context.names.qualified(target.path)));
+    mustHaveParent(context, target);
     if (!context.files.rename(source.path, target.path))
         throw Failure(inputOutputError(source.shown));
 }
@@ -100,10 +71,6 @@ void movePaths(CommandContext &context)
     const Item destination = destinationOf(context, arguments.back());
     arguments.pop_back();
     const std::vector<Item> sources = expandAll(context, arguments);
-    if (sources.size() > 1) {
-        mustExist(destination);
-        if (!destination.entry.isDirectory)
-            throw Failure(isNotADirectory(destination.shown));
-    }
+    mustTakeAll(destination, sources.size());
     forEach(context, sources, [&](const Item &source) { movePath(context, source, destination); });
 }

@@ -35,7 +35,7 @@ void mustExist(const Item &item);
 /// Calls `action` with each item; a Failure is reported and does not keep the others from their turn.
 template <typename Items, typename Action> void forEach(CommandContext &context, const Items &items, Action action)
 {
-    for (const Item &item : items) {
+    for (const auto &item : items) {
         try {
             action(item);
         } catch (const Failure &failure) {

@@ -48,7 +48,7 @@ void checkValuesOf(CLI::Option *option, const std::string &name)
         option->check([](const std::string &text) { return checkedAddress(text, nullptr); });
     else if (name == "--user")
         option->check([](const std::string &text) { return text.empty() ? std::string() : checkedUser(text); });
-    else if (name == "--webhdfs")
+    else if (name == "--webhdfs" || name == "--abandon-block")
         option->check([](const std::string &text) {
             return text == "0" || text == "1" ? std::string() : "'" + text + "' is neither 0 nor 1";
         });
@@ -91,6 +91,16 @@ void OptionReader::add(const std::vector<OptionDescription> &options, const std:
         if (option.value.empty()) {
             added = m_application->add_flag_function(
                 cliName(name), [this, name](std::int64_t) { m_given.insert(name); }, option.help);
+        } else if (name == kPropertyOption) {
+            added = m_application->add_option_function<std::vector<std::string>>(
+                name,
+                [this, name](const std::vector<std::string> &values) {
+                    m_given.insert(name);
+                    m_properties = values;
+                },
+                option.help);
+            added->type_name(option.value);
+            added->expected(1)->multi_option_policy(CLI::MultiOptionPolicy::TakeAll);
         } else {
             added = m_application->add_option_function<std::string>(
                 cliName(name),

@@ -41,6 +41,9 @@ public:
     const std::set<std::string> &given() const { return m_given; }
     const std::map<std::string, std::string> &values() const { return m_values; }
 
+    /// The values of all the kPropertyOption.
+    const std::vector<std::string> &properties() const { return m_properties; }
+
     /// The introduction and the options, without a line feed at the end.
     std::string help() const;
 
@@ -50,6 +53,7 @@ private:
     std::vector<OptionDescription> m_options;
     std::set<std::string> m_given;
     std::map<std::string, std::string> m_values;
+    std::vector<std::string> m_properties;
 };
 
 #endif

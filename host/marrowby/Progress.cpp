@@ -44,16 +44,22 @@ QString clockTime(quint64 seconds)
 
 QString progressLine(const TransferState &state, int width)
 {
-    const quint64 percent =
-        state.total ? static_cast<quint64>(100.0 * static_cast<double>(state.done) / static_cast<double>(state.total))
-                    : 100;
+    const bool hasTotal = state.total != kUnknownTotal;
+    // A file may grow while it is sent.
+    const quint64 total = std::max(state.total, state.done);
     // In the order of their weight.
     QStringList parts;
-    parts << QString::number(percent).rightJustified(3) + QLatin1Char('%');
-    parts << sizeText(state.done) + QLatin1String(" of ") + sizeText(state.total);
-    if (state.bytesPerSecond >= 1) {
+    if (hasTotal) {
+        const double share = total ? static_cast<double>(state.done) / static_cast<double>(total) : 1;
+        parts << QString::number(static_cast<quint64>(100 * share)).rightJustified(3) + QLatin1Char('%');
+        parts << sizeText(state.done) + QLatin1String(" of ") + sizeText(total);
+    } else {
+        parts << sizeText(state.done);
+    }
+    if (state.bytesPerSecond >= 1)
         parts << sizeText(static_cast<quint64>(state.bytesPerSecond)) + QLatin1String("/s");
-        const double seconds = std::ceil(static_cast<double>(state.total - state.done) / state.bytesPerSecond);
+    if (state.bytesPerSecond >= 1 && hasTotal) {
+        const double seconds = std::ceil(static_cast<double>(total - state.done) / state.bytesPerSecond);
         parts << clockTime(static_cast<quint64>(seconds)) + QLatin1String(" left");
     }
     const QString gap = QLatin1String("  ");
@@ -96,6 +102,12 @@ void Progress::advance(quint64 bytes)
     show();
 }
 
+void Progress::announce()
+{
+    if (m_enabled)
+        write();
+}
+
 void Progress::show()
 {
     const double seconds = static_cast<double>(std::max<qint64>(m_state.milliseconds - m_lastShow, 1)) / 1000;
@@ -104,6 +116,11 @@ void Progress::show()
     m_state.bytesPerSecond = first ? latest : kWeightOfLast * latest + (1 - kWeightOfLast) * m_state.bytesPerSecond;
     m_lastShow = m_state.milliseconds;
     m_doneAtShow = m_state.done;
+    write();
+}
+
+void Progress::write()
+{
     // Not into the last column: terminals differ in what happens there.
     const QString line = progressLine(m_state, standardErrorWidth() - 1);
     std::fprintf(stderr, "%s%s", kEraseLine, line.toLocal8Bit().constData());

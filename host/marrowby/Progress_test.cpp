@@ -35,6 +35,20 @@ TEST(Progress, WithoutARateThereIsNoTimeLeft)
     EXPECT_EQ(line(state, 80), "several-blocks.bin   50%  5 M of 10 M");
 }
 
+TEST(Progress, AnUnknownTotalLeavesOutTheShareAndTheTimeLeft)
+{
+    TransferState state = halfWay();
+    state.total = kUnknownTotal;
+    EXPECT_EQ(line(state, 80), "several-blocks.bin  5 M  512 K/s");
+}
+
+TEST(Progress, AFileThatGrewIsComplete)
+{
+    TransferState state = halfWay();
+    state.total = 2 * kMebibyte;
+    EXPECT_EQ(line(state, 80), "several-blocks.bin  100%  5 M of 5 M  512 K/s  0:00 left");
+}
+
 TEST(Progress, ANarrowLineKeepsTheEndOfTheName)
 {
     EXPECT_EQ(line(halfWay(), 52), "...blocks.bin   50%  5 M of 10 M  512 K/s  0:10 left");

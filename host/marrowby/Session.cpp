@@ -7,6 +7,7 @@
 #include "host/marrowby/RemoteError.h"
 
 #include <QtCore/QCoreApplication>
+#include <QtCore/QFile>
 
 namespace {
 
@@ -49,6 +50,12 @@ Session::~Session()
     delete m_loader.instance();
 }
 
+std::vector<QByteArray> Session::options() const
+{
+    return {"--plugin", QFile::encodeName(m_loader.fileName()), "--namenode", m_authority,
+            "--user",   QString::fromUtf8(m_user).toLocal8Bit()};
+}
+
 void Session::load(const QString &plugin)
 {
     const QString file =
@@ -75,13 +82,15 @@ void Session::connect(const SessionOptions &options)
     std::unique_ptr<OneRunSettings> oneRun;
     const bool stored = options.nameNode.isEmpty();
     try {
-        if (!stored || !options.user.isEmpty() || options.webHdfs >= 0) {
+        if (!stored || !options.user.isEmpty() || options.webHdfs >= 0 || options.abandonBlock >= 0) {
             if (!stored)
                 settings.setAddress(options.nameNode);
             if (!options.user.isEmpty())
                 settings.user = options.user;
             if (options.webHdfs >= 0)
                 settings.webHdfs = options.webHdfs != 0;
+            if (options.abandonBlock >= 0)
+                settings.abandonBlock = options.abandonBlock != 0;
             if (!settings.address.isEmpty())
                 oneRun.reset(new OneRunSettings(settings));
         }

@@ -10,13 +10,16 @@
 #include <QtCore/QString>
 
 #include <memory>
+#include <vector>
 
 /// What is asked for this run, beside the command.
 struct SessionOptions {
     QString plugin;   ///< file of the plug-in; empty: the library QuorHDFS beside this program
     QString nameNode; ///< HOST[:PORT] in place of the stored one; empty: the stored one
     QString user;     ///< in place of the stored one; empty: the stored one
-    int webHdfs = -1; ///< 0 or 1 in place of the stored value; -1: the stored one
+    // 0 or 1 in place of the stored value; -1: the stored one
+    int webHdfs = -1;
+    int abandonBlock = -1;
     bool verbose = false;
 };
 
@@ -34,6 +37,9 @@ public:
     const QByteArray &user() const { return m_user; }
     /// "host:port" of the NameNode.
     const QByteArray &authority() const { return m_authority; }
+
+    /// What another run of this program needs before its command to work as this one does.
+    std::vector<QByteArray> options() const;
 
     /// What the plug-in logged since the last `forgetLog`.
     const QStringList &log() const { return m_log.entries(); }

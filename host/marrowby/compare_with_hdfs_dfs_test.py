@@ -3,7 +3,7 @@
 
     ./run --exec host/marrowby/compare_with_hdfs_dfs_test.py [-v] [TEST]...
 
-It needs the environment that ./run prepares: a private HDFS, and both programs on the PATH. It takes about five minutes
+It needs the environment that ./run prepares: a private HDFS, and both programs on the PATH. It takes about ten minutes
 on an idle machine. Each case is one command on two trees that were made alike, one for either program. Compared are the
 exit status, standard output, the messages on standard error (without usage texts and the Java client's own log lines)
 and what the command left behind. Differences that are meant have tests of their own at the end.
@@ -33,19 +33,20 @@ class Program:
         self.tree = f"{ROOT}/{name}"
         self.local = None
 
-    def command(self, user, arguments):
+    def command(self, user, generic, arguments):
         if self.name == "hdfs":
-            return ["hdfs", "dfs", "-" + arguments[0], *arguments[1:]]
-        return ["marrowby", "--user", user, *arguments]
+            return ["hdfs", "dfs", *generic, "-" + arguments[0], *arguments[1:]]
+        return ["marrowby", "--user", user, *generic, *arguments]
 
     def run(self, user, arguments):
         arguments = [word.replace("{d}", self.tree) for word in arguments]
+        generic = 2 * (arguments[0] == "-D")  # words before the command
         environment = {**os.environ, "HADOOP_USER_NAME": user}
-        done = subprocess.run(self.command(user, arguments), cwd=self.local, env=environment,
+        done = subprocess.run(self.command(user, arguments[:generic], arguments[generic:]), cwd=self.local, env=environment,
                               stdin=subprocess.DEVNULL, capture_output=True)
         return {"exit status": done.returncode,
                 "standard output": self.neutral(done.stdout),
-                "messages": self.messages(arguments[0], done.stderr)}
+                "messages": self.messages(arguments[generic], done.stderr)}
 
     def neutral(self, output):
         text = output.decode("utf-8", "surrogateescape")
@@ -158,6 +159,9 @@ def local_files(directory):
             found[os.path.relpath(path, directory)] = "directory"
         for name in files:
             path = os.path.join(folder, name)
+            if os.path.islink(path):
+                found[os.path.relpath(path, directory)] = "link to " + os.readlink(path)
+                continue
             with open(path, "rb") as file:
                 found[os.path.relpath(path, directory)] = file.read()
     return found
@@ -688,6 +692,223 @@ class Getting(Comparison):
         """, changes=False)
 
 
+# Of what is put: a size, or None for a directory.
+LOCAL_FILES = {"one": 12, "two": 4053, "empty": 0, "blocks": 2500000, "tree/a": 12, "tree/sub/b": 2500000, "tree/sub/c": 0,
+               "tree/hollow": None, "größe/ü": 12, "with space/x y": 12, "dir/a": 5, "over/dir/sub": 12, "[x]*": 12}
+
+
+class Writing(Comparison):
+    def renew(self):
+        super().renew()
+        for program in PROGRAMS:
+            for name, size in LOCAL_FILES.items():
+                path = os.path.join(program.local, name)
+                os.makedirs(path if size is None else os.path.dirname(path), exist_ok=True)
+                if size is not None:
+                    with open(path, "wb") as file:
+                        file.write(content_of(size))
+            os.symlink("one", os.path.join(program.local, "link"))
+            os.symlink("nowhere", os.path.join(program.local, "tree/dangling"))
+
+    def test_put(self):
+        self.same("""
+            put one {d}
+            put one {d}/t/
+            put one {d}/new
+            put one two empty blocks {d}/t
+            put one nope two {d}/t
+            put one {d}/t/small two
+            put tree {d}
+            put tree/ {d}/t/
+            put tree {d}/new
+            put tree größe over {d}/t/hollow
+            put . {d}/new
+            put tree/sub/.. {d}
+            put tree/../one {d}
+            put tree {d};put -f tree {d}
+            put -f one {d}/t/small
+            put -f one two {d}/t;put -f two {d}/t/one
+            put one {d}/t/d*
+            put link {d}
+            put -d one {d}
+            put - {d}/new
+            put - {d}
+            put -f - {d}/t/small
+            put - {d}/nope/x
+            put - {d}/nope/y/z/
+            put - {d}/new/
+            put dir {d}/t/hollow
+            put dir {d}/t
+            put -f dir {d}/t
+            put -f over/dir {d}/t
+            -D dfs.replication=2 put one {d}
+            alice$ put one {d}/t/alices
+            alice$ put one {d}/t/alices {d}/t/open
+            alice$ put tree {d}/t/open
+        """, changes=True)
+        self.same("""
+            put one {d}/t/small
+            put one {d}/t/dir/a
+            put one {d}/nope/x
+            put one {d}/nope/x/
+            put one {d}/new/
+            put tree {d}/new/
+            put tree {d}/nope/x
+            put one {d}/t/small/
+            put one {d}/t/small/x
+            put tree {d}/t/small
+            put -f tree {d}/t/small
+            put nope {d}
+            put nope nope2 {d}
+            put nope {d}/nope
+            put tree/dangling {d}
+            put nope/x {d}
+            put one/x {d}
+            put one two {d}/nope
+            put one two {d}/t/small
+            put -f one two {d}/t/small
+            put one - {d}/t/small
+            put one {d}/{t,u}
+            put one {d}/t/{dir,open}
+            put one {d}/nope*
+            put - {d}/t/small
+            put one
+            put
+            put -x one {d}
+            put '' {d}
+            put one ''
+            -D dfs.replication=0 put one {d}
+            -D dfs.replication=600 put one {d}
+            -D dfs.replication=x put one {d}
+            -D dfs.blocksize=abc put one {d}
+            -D dfs.blocksize=1mb put one {d}
+            -D dfs.bytes-per-checksum=3k put one {d}
+            alice$ put one {d}
+            alice$ put tree {d}
+            alice$ put one {d}/t/private
+            alice$ put one {d}/t/private/x
+            alice$ put -f one {d}/t/small
+            alice$ put -f blocks {d}/t/small
+            alice$ put empty {d}
+            nobody$ put one
+        """, changes=False)
+
+    def test_moveFromLocal(self):
+        self.same("""
+            moveFromLocal one {d}
+            moveFromLocal one two empty {d}/t/dir
+            moveFromLocal one nope two {d}
+            moveFromLocal -f one {d}/t/small
+            moveFromLocal dir {d}
+            moveFromLocal größe over {d}/new
+            moveFromLocal größe over {d}
+            moveFromLocal link {d}
+        """, changes=True)
+        self.same("""
+            moveFromLocal one {d}/t/small
+            moveFromLocal dir {d}/t
+            moveFromLocal -f dir {d}/t
+            moveFromLocal nope {d}
+            moveFromLocal one {d}/nope/x
+            moveFromLocal
+            moveFromLocal -x one {d}
+            alice$ moveFromLocal one {d}
+            alice$ moveFromLocal größe {d}
+        """, changes=False)
+
+    def test_cp(self):
+        self.same("""
+            cp {d}/t/small {d}/t/smaller
+            cp {d}/t/small {d}/t/dir
+            cp {d}/t/small {d}/t/dir/
+            cp {d}/t/small {d}/t/text {d}/t/dir
+            cp {d}/t/small {d}/nope {d}/t/text {d}/t/dir
+            cp {d}/t/blocks {d}/t/empty {d}/t/k1 {d}/t/hollow
+            cp {d}/t/dir/b {d}
+            cp {d}/t/dir {d}/t/hollow
+            cp {d}/t/dir {d}/new
+            cp {d}/t/dir {d}/t/größe {d}/t/with_space {d}/t/hollow
+            cp {d}/t/private {d}
+            cp {d}/t/dir {d}/new;cp {d}/t/dir {d}/new;cp {d}/t/dir {d}/new;cp -f {d}/t/dir {d}/new
+            cp {d}/t/dir/* {d}/t/hollow
+            cp {d}/t/small {d}/t/h*
+            cp -f {d}/t/blocks {d}/t/small
+            cp -f {d}/t/small {d}/t/blocks
+            cp -f {d}/t/small {d}/t/small
+            cp -f {d}/t/small {d}/t
+            cp -d {d}/t/small {d}
+            cp {d}/t {d}/u
+            -D dfs.replication=2 cp {d}/t/k1 {d}
+            alice$ cp {d}/t/small {d}/t/alices
+            alice$ cp {d}/t/dir {d}/t/alices
+            alice$ cp {d}/t/dir/a {d}/t/dir/b {d}/t/dir/c {d}/t/open
+        """, changes=True)
+        self.same("""
+            cp {d}/t/small {d}/t/text
+            cp {d}/t/small {d}/t/small
+            cp {d}/t/small {d}/t
+            cp {d}/t/small {d}/nope/x
+            cp {d}/t/small {d}/new/
+            cp {d}/t/dir {d}/new/
+            cp {d}/t/dir {d}/nope/x
+            cp {d}/t/small {d}/t/text/x
+            cp {d}/t/dir {d}/t/small
+            cp -f {d}/t/dir {d}/t/small
+            cp {d}/t/dir {d}/t/dir
+            cp {d}/t/dir {d}/t/dir/sub
+            cp {d}/t/dir {d}/t/dir/sub/x
+            cp -f {d}/t/dir {d}/t/dir
+            cp / {d}
+            cp {d}/nope {d}/x
+            cp {d}/nope* {d}
+            cp {d}/t/small {d}/t/text {d}/nope
+            cp {d}/t/small {d}/t/text {d}/t/empty
+            cp {d}/t/small {d}/t/nope*
+            cp {d}/t/small {d}/t/*
+            cp {d}/t
+            cp
+            cp -x {d}/t/small {d}/x
+            cp '' {d}/x
+            cp {d}/t/small ''
+            alice$ cp {d}/t/small {d}/x
+            alice$ cp {d}/t/empty {d}/x
+            alice$ cp {d}/t/private/secret {d}/t/open
+            alice$ cp {d}/t/dir/b {d}/t/open
+            alice$ cp {d}/t/private {d}/t/open
+            alice$ cp {d}/t/small {d}/t/private
+            alice$ cp -f {d}/t/small {d}/t/open/f
+            alice$ cp -f {d}/t/small {d}/t/text
+        """, changes=False)
+
+    def test_touchz(self):
+        self.same("""
+            touchz {d}/new
+            touchz {d}/new1 {d}/t/small {d}/new2 {d}/nope/x
+            touchz {d}/t/empty
+            touchz {d}/t/{empty,small}
+            touchz {d}/größe {d}/with_space
+            -D dfs.replication=2 touchz {d}/new
+            alice$ touchz {d}/t/open/new {d}/new {d}/t/alices/new
+        """, changes=True)
+        self.same("""
+            touchz {d}/t/small
+            touchz {d}/t
+            touchz /
+            touchz {d}/nope/x
+            touchz {d}/new/
+            touchz {d}/t/small/x
+            touchz {d}/t/empty/
+            touchz {d}/nope*
+            touchz ''
+            touchz
+            touchz -x {d}/new
+            alice$ touchz {d}/new
+            alice$ touchz {d}/t/empty
+            alice$ touchz {d}/t/private/x
+            alice$ touchz {d}/t/private/secret
+        """, changes=False)
+
+
 def marrowby(*arguments, **options):
     return subprocess.run(["marrowby", *arguments], capture_output=True, text=True, stdin=subprocess.DEVNULL, **options)
 
@@ -700,6 +921,33 @@ class MeantDifferences(Comparison):
         done = marrowby("get", MARROWBY.tree + "/t/small", "-", cwd=MARROWBY.local)
         self.assertEqual((done.returncode, done.stdout), (0, "12 bytes of "))
         self.assertEqual(os.listdir(MARROWBY.local), [])
+
+    def test_names_here_are_taken_as_they_are(self):
+        self.renew()
+        Comparison.trees_are_new = False
+        for name in ("with space", "[x]*", "100%25"):
+            with open(os.path.join(MARROWBY.local, name), "w") as file:
+                file.write(name)
+            done = marrowby("put", name, MARROWBY.tree, cwd=MARROWBY.local)
+            self.assertEqual((done.returncode, done.stderr), (0, ""), name)
+        names = [entry[0] for entry in Rest().entries(MARROWBY.tree)]
+        for name in ("with space", "[x]*", "100%25"):
+            self.assertIn(name, names)
+
+    def test_properties_may_stand_behind_the_command(self):
+        self.renew()
+        Comparison.trees_are_new = False
+        path = MARROWBY.tree + "/new"
+        done = marrowby("touchz", path, "-D", "dfs.replication=2", "-Ddfs.blocksize=64k")
+        self.assertEqual((done.returncode, done.stderr), (0, ""))
+        self.assertEqual(hdfs("-stat", "%r %o", path), "2 65536\n")
+
+    def test_block_sizes_that_the_plug_in_cannot_write_are_refused(self):
+        self.renew()
+        for size in ("512", "1000", "4g"):
+            done = marrowby("-D", "dfs.blocksize=" + size, "touchz", MARROWBY.tree + "/new")
+            self.assertEqual(done.returncode, 255)
+            self.assertIn("-touchz: Invalid values: dfs.blocksize (=", done.stderr)
 
     def test_options_may_be_joined_and_stand_behind_paths(self):
         self.renew()
