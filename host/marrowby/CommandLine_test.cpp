@@ -158,6 +158,24 @@ TEST(CommandLine, ValuesAreChecked)
     EXPECT_EQ(refusalOf({"ls", "--user"}), "-ls: --user needs a value");
 }
 
+TEST(CommandLine, AFlagTakesNoValue)
+{
+    for (const char *value : {"foo", "0", "1", "false", "true", "-1", "{}", "="}) {
+        const std::string text = std::string("=") + value;
+        EXPECT_EQ(refusalOf({"--webhdfs" + text, "ls"}), "marrowby: --webhdfs takes no value");
+        EXPECT_EQ(refusalOf({"--version" + text}), "marrowby: --version takes no value");
+        EXPECT_EQ(refusalOf({"--help" + text}), "marrowby: --help takes no value");
+        EXPECT_EQ(refusalOf({"ls", "--verbose" + text, "/x"}), "-ls: --verbose takes no value");
+        EXPECT_EQ(refusalOf({"ls", "--help" + text}), "-ls: --help takes no value");
+        EXPECT_EQ(refusalOf({"ls", "-R" + text}), "-ls: -R takes no value");
+        EXPECT_EQ(refusalOf({"rm", "-skipTrash" + text, "/x"}), "-rm: -skipTrash takes no value");
+        EXPECT_EQ(refusalOf({"rm", "--skipTrash" + text, "/x"}), "-rm: --skipTrash takes no value");
+    }
+    EXPECT_EQ(refusalOf({"ls", "--no-webhdfs="}), "-ls: --no-webhdfs takes no value");
+    EXPECT_EQ(refusalOf({"rm", "-rf=1", "/x"}), "-rm: Illegal option -=1");
+    EXPECT_EQ(parseCommandLine({"configure", "--webhdfs=0"}).arguments.values.at("--webhdfs"), "0");
+}
+
 TEST(CommandLine, TheNumberOfOperandsIsChecked)
 {
     EXPECT_EQ(refusalOf({"mv", "/a"}), "-mv: Not enough arguments: expected 2 but got 1");

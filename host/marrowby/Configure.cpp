@@ -24,9 +24,8 @@ void configureConnection(const CommandArguments &arguments, Output &output)
         throw Failure("cannot write " + location);
 
     provideUserName();
-    const bool hasAddress = !settings.address.isEmpty();
     const bool hasUser = !settings.user.isEmpty();
-    output.line("namenode      " + (hasAddress ? settings.authority() : QByteArray("(none)")));
+    output.line("namenode      " + (settings.hasNameNode() ? settings.authority() : QByteArray("(none)")));
     output.line("user          " + settings.effectiveUser() + (hasUser ? "" : " (not stored: this login)"));
     output.line("webhdfs       " + QByteArray::number(settings.webHdfs));
     output.line("abandonBlock  " + QByteArray::number(settings.abandonBlock));

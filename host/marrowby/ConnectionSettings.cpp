@@ -17,6 +17,11 @@ QString switchText(bool on)
     return QString::fromLatin1(on ? "1" : "0");
 }
 
+QString firstOf(const QString &addresses)
+{
+    return addresses.section(QLatin1Char(','), 0, 0);
+}
+
 } // namespace
 
 ConnectionSettings ConnectionSettings::fromValues(const QString &hdfs, const QString &webHdfs,
@@ -76,9 +81,14 @@ void ConnectionSettings::setAddress(const QString &hostAndPort)
     address = hostAndPort;
 }
 
+bool ConnectionSettings::hasNameNode() const
+{
+    return !firstOf(address).section(QLatin1Char(':'), 0, 0).isEmpty();
+}
+
 QByteArray ConnectionSettings::authority() const
 {
-    const QByteArray first = address.split(QLatin1Char(',')).first().toUtf8();
+    const QByteArray first = firstOf(address).toUtf8();
     return first.contains(':') ? first : first + ':' + kDefaultPort;
 }
 

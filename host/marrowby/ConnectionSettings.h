@@ -8,7 +8,7 @@
 
 /// The values "hdfs" (HOST[:PORT][|INDEX[|USER[|further fields]]]), "webhdfs" and "abandonBlock".
 struct ConnectionSettings {
-    QString address;      ///< HOST or HOST:PORT as it stands; empty: nothing is configured
+    QString address;      ///< HOST or HOST:PORT as it stands
     QString addressIndex; ///< which of the host's addresses is tried first; empty: not stored
     QString user;         ///< empty: not stored
     QStringList furtherFields;
@@ -28,6 +28,8 @@ struct ConnectionSettings {
     /// Takes another NameNode; what was learned about the old one is forgotten.
     void setAddress(const QString &hostAndPort);
 
+    /// Whether a host is named that the plug-in can connect to: of several addresses it takes the first.
+    bool hasNameNode() const;
     /// "host:port", with the default port where none is stored.
     QByteArray authority() const;
     /// The user that the plug-in connects as: the stored one, else the environment variable USERNAME.

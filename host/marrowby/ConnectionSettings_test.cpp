@@ -75,6 +75,14 @@ TEST(ConnectionSettings, TheSameNameNodeKeepsWhatWasLearnedAboutIt)
     EXPECT_EQ(settings.hdfsValue(), QLatin1String("host:9000|2|alice"));
 }
 
+TEST(ConnectionSettings, OnlyAHostIsANameNode)
+{
+    for (const char *value : {"host", "host:9000", "host,other:9000", "host|0|alice"})
+        EXPECT_TRUE(settingsOf(value).hasNameNode()) << value;
+    for (const char *value : {"", ",host:8020", ",", ":8020", ":8020,host", "|0|alice"})
+        EXPECT_FALSE(settingsOf(value).hasNameNode()) << value;
+}
+
 TEST(ConnectionSettings, TheAuthorityHasAPort)
 {
     EXPECT_EQ(settingsOf("host").authority(), "host:8020");

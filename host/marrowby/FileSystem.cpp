@@ -4,6 +4,7 @@
 #include "host/marrowby/FileMode.h"
 #include "host/marrowby/Interrupt.h"
 #include "host/marrowby/Messages.h"
+#include "host/marrowby/PathNames.h"
 #include "host/marrowby/RemoteError.h"
 #include "rpc/HdfsFileStatus.h"
 
@@ -53,6 +54,12 @@ FileEntry entryOf(const HdfsFileStatus &record)
     return entry;
 }
 
+/// Whether a listing is that of a file: the file alone, without a name.
+bool isFileItself(const HdfsFileStatus *head)
+{
+    return head && !head->next && head->kind != 'D' && head->path.size == 0;
+}
+
 } // namespace
 
 void FileSystem::begin()
@@ -61,18 +68,20 @@ void FileSystem::begin()
     m_session.forgetLog();
 }
 
-void FileSystem::fail()
+void FileSystem::fail(const QByteArray &path)
 {
     checkForInterrupt();
+    if (requestWasTooLong(m_session.log()))
+        throw Failure(pathTooLong(path));
     if (remoteErrorIn(m_session.log()).className.isEmpty())
         throw Failure("the NameNode " + m_session.authority() + " did not answer: " + reasonIn(m_session.log()));
     throw Failure(reasonIn(m_session.log()));
 }
 
-bool FileSystem::check(qint32 status)
+bool FileSystem::check(qint32 status, const QByteArray &path)
 {
     if (status != kResultTrue && status != kResultFalse)
-        fail();
+        fail(path);
     return status == kResultTrue;
 }
 
@@ -82,7 +91,7 @@ bool FileSystem::find(const QByteArray &path, FileEntry *entry)
     bool failed = false;
     const Records record(m_session, m_session->fileInfo(m_session.connection(), path, &failed));
     if (failed)
-        fail();
+        fail(path);
     if (!record.head())
         return false;
     *entry = entryOf(*record.head());
@@ -96,33 +105,39 @@ std::vector<FileEntry> FileSystem::list(const QByteArray &directory)
     qint32 count = 0;
     const Records records(m_session, m_session->getListing(m_session.connection(), directory, &count));
     if (count < 0)
-        fail();
+        fail(directory);
     std::vector<FileEntry> entries;
+    if (isFileItself(records.head())) // it took the directory's place
+        return entries;
     entries.reserve(static_cast<std::size_t>(count));
-    for (const HdfsFileStatus *record = records.head(); record; record = record->next)
-        if (record->path.size > 0) // a file that took the directory's place lists itself, without a name
-            entries.push_back(entryOf(*record));
+    for (const HdfsFileStatus *record = records.head(); record; record = record->next) {
+        entries.push_back(entryOf(*record));
+        // Names become parts of paths, here and on this machine: "../x" would lead out of the directory.
+        if (!isName(entries.back().name))
+            throw Failure('`' + directory + "': the NameNode lists `" + entries.back().name.replace('\0', "\\0") +
+                          "' in it, which is not a name");
+    }
     return entries;
 }
 
 void FileSystem::makeDirectory(const QByteArray &path, quint32 mode, bool withParents)
 {
     begin();
-    if (!check(m_session->mkdirs(m_session.connection(), path, mode, withParents)))
+    if (!check(m_session->mkdirs(m_session.connection(), path, mode, withParents), path))
         throw Failure('`' + path + "': Input/output error");
 }
 
 bool FileSystem::remove(const QByteArray &path, bool recursively)
 {
     begin();
-    return check(m_session->delete_(m_session.connection(), path, recursively));
+    return check(m_session->delete_(m_session.connection(), path, recursively), path);
 }
 
 bool FileSystem::rename(const QByteArray &source, const QByteArray &destination)
 {
     begin();
     if (m_session->rename(m_session.connection(), source, destination) != kResultTrue)
-        fail();
+        fail(source.size() > destination.size() ? source : destination);
     // Success only says that there was an answer; whether it was a yes shows in the namespace.
     FileEntry entry;
     return find(destination, &entry) && !find(source, &entry);
@@ -131,19 +146,19 @@ bool FileSystem::rename(const QByteArray &source, const QByteArray &destination)
 bool FileSystem::setReplication(const QByteArray &path, quint16 replication)
 {
     begin();
-    return check(m_session->setReplication(m_session.connection(), path, replication));
+    return check(m_session->setReplication(m_session.connection(), path, replication), path);
 }
 
 void FileSystem::setMode(const QByteArray &path, quint32 mode)
 {
     begin();
-    check(m_session->setPermission(m_session.connection(), path, static_cast<quint16>(mode)));
+    check(m_session->setPermission(m_session.connection(), path, static_cast<quint16>(mode)), path);
 }
 
 void FileSystem::setOwner(const QByteArray &path, const QByteArray &user, const QByteArray &group)
 {
     begin();
-    check(m_session->setOwner(m_session.connection(), path, user, group));
+    check(m_session->setOwner(m_session.connection(), path, user, group), path);
 }
 
 HdfsFileReader *FileSystem::openReader(const QByteArray &path)
@@ -151,19 +166,19 @@ HdfsFileReader *FileSystem::openReader(const QByteArray &path)
     begin();
     HdfsFileReader *const reader = m_session->openReader(m_session.connection(), path);
     if (!reader)
-        fail();
+        fail(path);
     return reader;
 }
 
 void FileSystem::replace(const QByteArray &path, const QByteArray &by, bool *removed)
 {
     begin();
-    *removed = check(m_session->delete_(m_session.connection(), path, false));
+    *removed = check(m_session->delete_(m_session.connection(), path, false), path);
     if (!*removed)
         throw Failure(inputOutputError(path));
     m_session.forgetLog();
     if (m_session->rename(m_session.connection(), by, path) != kResultTrue)
-        fail();
+        fail(path);
     FileEntry entry;
     if (!find(path, &entry))
         throw Failure(inputOutputError(path));
@@ -175,7 +190,7 @@ HdfsFileWriter *FileSystem::createWriter(const QByteArray &path, const WriteSett
     HdfsFileWriter *const writer =
         m_session->createWriter(m_session.connection(), path, kNewFileMode, settings.replication, settings.blockSize);
     if (!writer)
-        fail();
+        fail(path);
     if (settings.bytesPerChecksum)
         m_session->setChunkSize(writer, settings.bytesPerChecksum);
     return writer;
@@ -187,7 +202,7 @@ void FileSystem::makeEmptyFile(const QByteArray &path, const WriteSettings &sett
     const bool closed = m_session->closeWriter(writer, nullptr, 0) == kResultTrue;
     m_session->deleteWriter(writer);
     if (!closed)
-        fail();
+        fail(path);
 }
 
 void FileSystem::copy(const QByteArray &source, quint64 length, const QByteArray &destination)
@@ -195,7 +210,7 @@ void FileSystem::copy(const QByteArray &source, quint64 length, const QByteArray
     begin();
     const StopWaits undisturbed;
     const qint32 status = m_session->copy(m_session.connection(), source, destination);
-    const QByteArray reason = reasonIn(m_session.log());
+    const QByteArray reason = requestWasTooLong(m_session.log()) ? pathTooLong(destination) : reasonIn(m_session.log());
     checkForInterrupt();
     // Success says nothing about the destination's last block.
     FileEntry entry;

@@ -33,7 +33,8 @@ public:
 
     /// False when there is no such path.
     bool find(const QByteArray &path, FileEntry *entry);
-    /// What is in a directory, in the NameNode's order. Empty for one that has gone.
+    /// What is in a directory, in the NameNode's order. Empty for one that has gone. Refuses a listing with anything in
+    /// place of a name.
     std::vector<FileEntry> list(const QByteArray &directory);
 
     void makeDirectory(const QByteArray &path, quint32 mode, bool withParents);
@@ -66,8 +67,8 @@ public:
 
 private:
     void begin();
-    [[noreturn]] void fail();
-    bool check(qint32 status);
+    [[noreturn]] void fail(const QByteArray &path);
+    bool check(qint32 status, const QByteArray &path);
 
     Session &m_session;
 };

@@ -31,7 +31,8 @@ Target inside(const Target &directory, const QByteArray &name)
     return target;
 }
 
-QByteArray localParent(const QByteArray &uri)
+/// For messages.
+QByteArray parentIn(const QByteArray &uri)
 {
     return parentPath(uri.mid(static_cast<int>(sizeof "file:") - 1));
 }
@@ -40,10 +41,10 @@ void mustHaveParent(const Target &target, LocalKind kind)
 {
     const QByteArray uri = localUri(target.path);
     if (kind == LocalKind::BelowFile)
-        throw Failure("Destination exists and is not a directory: " + localParent(uri));
+        throw Failure("Destination exists and is not a directory: " + parentIn(uri));
     // "new/" says that "new" is a directory already.
     const bool mustBeDirectory = target.shown.endsWith('/');
-    if (kind == LocalKind::Missing && (mustBeDirectory || localKind(localParent(uri)) == LocalKind::Missing))
+    if (kind == LocalKind::Missing && (mustBeDirectory || localKind(localParent(target.path)) == LocalKind::Missing))
         throw Failure(noSuchParent(target.shown, uri));
 }
 

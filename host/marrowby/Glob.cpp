@@ -6,6 +6,8 @@
 
 namespace {
 
+const int kMostTexts = 1000; // that the braces of one pattern stand for
+
 QVector<uint> characters(const QByteArray &utf8)
 {
     return QString::fromUtf8(utf8).toUcs4();
@@ -20,6 +22,11 @@ QByteArray refusalAtEnd(const char *why, const QByteArray &pattern)
 {
     const QByteArray where = QByteArray(why) + " at pos " + QByteArray::number(characters(pattern).size());
     return refusal(where.constData(), pattern);
+}
+
+Failure tooManyTexts()
+{
+    return Failure("Illegal file pattern: {} stand for more than " + QByteArray::number(kMostTexts) + " texts");
 }
 
 /// The index behind the group that opens at `open`; its top-level alternatives go to `*alternatives` as they stand.
@@ -57,24 +64,54 @@ int findGroup(const QByteArray &text, int from)
     return -1;
 }
 
+/// Every text with every end behind it.
+void append(QList<QByteArray> *texts, const QList<QByteArray> &ends)
+{
+    if (ends.size() == 1) { // in place: a pattern may have thousands of such parts
+        for (QByteArray &text : *texts)
+            text += ends.first();
+        return;
+    }
+    if (texts->size() * ends.size() > kMostTexts)
+        throw tooManyTexts();
+    QList<QByteArray> result;
+    foreach (const QByteArray &text, *texts)
+        foreach (const QByteArray &end, ends)
+            result.append(text + end);
+    *texts = result;
+}
+
+QList<QByteArray> expanded(const QByteArray &text, bool onlyWithSlash);
+
+QList<QByteArray> allExpanded(const QList<QByteArray> &texts, bool onlyWithSlash)
+{
+    QList<QByteArray> result;
+    foreach (const QByteArray &text, texts) {
+        result += expanded(text, onlyWithSlash);
+        if (result.size() > kMostTexts)
+            throw tooManyTexts();
+    }
+    return result;
+}
+
 /// The texts that a pattern with groups stands for. Every group is replaced, or only those that hold a "/".
 QList<QByteArray> expanded(const QByteArray &text, bool onlyWithSlash)
 {
-    for (int open = findGroup(text, 0); open >= 0;) {
+    QList<QByteArray> texts = QList<QByteArray>() << QByteArray();
+    int at = 0;
+    for (int open = findGroup(text, 0); open >= 0; open = findGroup(text, at)) {
         QList<QByteArray> alternatives;
         const int end = readGroup(text, open, &alternatives);
         if (end < 0)
             throw Failure(refusalAtEnd("Unclosed group", text.mid(text.lastIndexOf('/') + 1)));
-        if (onlyWithSlash && !text.mid(open, end - open).contains('/')) {
-            open = findGroup(text, end);
-            continue;
-        }
-        QList<QByteArray> result;
-        foreach (const QByteArray &alternative, alternatives)
-            result += expanded(text.left(open) + alternative + text.mid(end), onlyWithSlash);
-        return result;
+        const bool isKept = onlyWithSlash && !text.mid(open, end - open).contains('/');
+        append(&texts, QList<QByteArray>() << text.mid(at, (isKept ? end : open) - at));
+        if (!isKept)
+            append(&texts, allExpanded(alternatives, onlyWithSlash));
+        at = end;
     }
-    return QList<QByteArray>() << text;
+    append(&texts, QList<QByteArray>() << text.mid(at));
+    return texts;
 }
 
 void checkLastEscape(const QByteArray &text)

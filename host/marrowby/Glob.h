@@ -17,7 +17,8 @@
 class Glob
 {
 public:
-    /// Throws Failure when brackets or braces are not closed or nothing follows a backslash.
+    /// Throws Failure when brackets or braces are not closed, nothing follows a backslash, or braces stand for more
+    /// than 1000 texts.
     explicit Glob(const QByteArray &pattern);
 
     /// `name` is UTF-8; a character is a code point.

@@ -11,7 +11,7 @@ bool matches(const char *pattern, const char *name)
     return Glob(pattern).matches(name);
 }
 
-QByteArray refusalOf(const char *pattern)
+QByteArray refusalOf(const QByteArray &pattern)
 {
     try {
         Glob glob(pattern);
@@ -92,6 +92,24 @@ TEST(Glob, ManyStarsAreDecidedInReasonableTime)
     EXPECT_FALSE(Glob("*a*a*a*a*a*a*a*a*a*a*b").matches(name));
 }
 
+TEST(Glob, BracesThatStandForVeryManyTextsAreRefused)
+{
+    const QByteArray refusal("Illegal file pattern: {} stand for more than 1000 texts");
+    EXPECT_EQ(refusalOf(QByteArray("{a,b}").repeated(9)), "accepted");
+    EXPECT_EQ(refusalOf(QByteArray("{a,b}").repeated(22)), refusal);
+    EXPECT_EQ(refusalOf("{" + QByteArray("{a,b}").repeated(9) + "," + QByteArray("{a,b}").repeated(9) + "}"), refusal);
+    EXPECT_EQ(refusalOf("{" + QByteArray(999, ',') + "}"), "accepted");
+    EXPECT_EQ(refusalOf("{" + QByteArray(1000, ',') + "}"), refusal);
+    EXPECT_THROW(Glob::withoutSlashesInBraces(QByteArray("{a,b/c}").repeated(22)), Failure);
+}
+
+TEST(Glob, ManyGroupsAreReadInReasonableTime)
+{
+    EXPECT_EQ(refusalOf(QByteArray("{a,b}").repeated(9) + QByteArray("{a}").repeated(2500)), "accepted");
+    EXPECT_EQ(refusalOf(QByteArray(3900, '{') + QByteArray(3900, '}')), "accepted");
+    EXPECT_TRUE(refusalOf(QByteArray(3900, '{')).contains("Unclosed group at pos 3900"));
+}
+
 TEST(Glob, UnclosedPatternsAreRefusedInTheWordsThatPeopleKnow)
 {
     EXPECT_EQ(refusalOf("sma{ll"), "Illegal file pattern: error parsing regexp: Unclosed group at pos 6: `sma{ll`");
@@ -135,6 +153,8 @@ TEST(Glob, BracesWithSlashesBecomePathsOfTheirOwnAndOthersStay)
     const QList<QByteArray> paths = {"/t/dir/a/{x,y}", "/t/b/{x,y}"};
     EXPECT_EQ(Glob::withoutSlashesInBraces("/t/{dir/a,b}/{x,y}"), paths);
     EXPECT_EQ(Glob::withoutSlashesInBraces("/t/{a,b}"), QList<QByteArray>() << "/t/{a,b}");
+    const QList<QByteArray> several = {"/a{1,2}/x{1,2}", "/a{1,2}/y/z{1,2}", "/b{1,2}/x{1,2}", "/b{1,2}/y/z{1,2}"};
+    EXPECT_EQ(Glob::withoutSlashesInBraces("/{a{1,2}/,b{1,2}/}{x,y/z}{1,2}"), several);
     const QList<QByteArray> nested = {"/a/x", "/a/y/z", "/b"};
     EXPECT_EQ(Glob::withoutSlashesInBraces("/{a/{x,y/z},b}"), nested);
 }

@@ -16,7 +16,10 @@ enum class LocalKind {
 
 LocalKind localKind(const QByteArray &path);
 
-/// "file:/absolute/path"
+/// The directory that a path is in. A "/" at the end of the path changes nothing.
+QByteArray localParent(const QByteArray &path);
+
+/// "file:/absolute/path", without "." and "..". For any bytes, also those that are no text in the local encoding.
 QByteArray localUri(const QByteArray &path);
 
 /// Throws Failure. `shown`: how messages call it.
@@ -26,8 +29,8 @@ void makeLocalDirectory(const QByteArray &path, const QByteArray &shown);
 void keepAttributes(const QByteArray &path, const FileEntry &entry);
 
 /// A local file in the making. It is written under the name PATH._COPYING_ and gets its own one in `finish`; until then
-/// nothing is at PATH that was not there before, and when there is no `finish` nothing stays behind. A device or a pipe
-/// is written to directly.
+/// nothing is at PATH that was not there before, and when there is no `finish` nothing stays behind. Whatever is at
+/// PATH._COPYING_ is deleted first. A device or a pipe at PATH is written to directly.
 class LocalFileWriter
 {
 public:

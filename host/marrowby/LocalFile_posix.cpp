@@ -2,12 +2,11 @@
 
 #include "host/marrowby/Errors.h"
 #include "host/marrowby/Interrupt.h"
-#include "host/marrowby/PathNames.h"
 
-#include <QtCore/QDir>
-#include <QtCore/QFile>
+#include <QtCore/QList>
 
 #include <cerrno>
+#include <climits>
 #include <cstdio>
 #include <fcntl.h>
 #include <grp.h>
@@ -17,7 +16,8 @@
 
 namespace {
 
-const int kOpenFlags = O_WRONLY | O_CREAT | O_TRUNC | O_CLOEXEC;
+const int kDirectFlags = O_WRONLY | O_CLOEXEC;
+const int kPartialFlags = O_WRONLY | O_CREAT | O_EXCL | O_NOFOLLOW | O_CLOEXEC;
 
 timespec timeOf(quint64 milliseconds)
 {
@@ -25,6 +25,13 @@ timespec timeOf(quint64 milliseconds)
     time.tv_sec = static_cast<time_t>(milliseconds / 1000);
     time.tv_nsec = static_cast<long>(milliseconds % 1000) * 1000000;
     return time;
+}
+
+/// Empty when it has gone.
+QByteArray currentDirectory()
+{
+    char path[PATH_MAX];
+    return ::getcwd(path, sizeof path) ? QByteArray(path) : QByteArray();
 }
 
 } // namespace
@@ -39,10 +46,30 @@ LocalKind localKind(const QByteArray &path)
     return S_ISREG(status.st_mode) ? LocalKind::File : LocalKind::Other;
 }
 
+QByteArray localParent(const QByteArray &path)
+{
+    int end = path.size();
+    while (end > 0 && path.at(end - 1) == '/')
+        --end;
+    while (end > 0 && path.at(end - 1) != '/')
+        --end;
+    return end == 0 ? QByteArray(path.startsWith('/') ? "/" : ".") : path.left(end);
+}
+
 QByteArray localUri(const QByteArray &path)
 {
-    const QString absolute = QDir::cleanPath(QDir::current().absoluteFilePath(QFile::decodeName(path)));
-    return "file:" + QFile::encodeName(absolute);
+    const QByteArray whole = path.startsWith('/') ? path : currentDirectory() + '/' + path;
+    QList<QByteArray> kept;
+    foreach (const QByteArray &name, whole.split('/')) {
+        if (name == ".." && !kept.isEmpty())
+            kept.removeLast();
+        else if (!name.isEmpty() && name != "." && name != "..")
+            kept.append(name);
+    }
+    QByteArray uri("file:");
+    foreach (const QByteArray &name, kept)
+        uri += '/' + name;
+    return kept.isEmpty() ? uri + '/' : uri;
 }
 
 void makeLocalDirectory(const QByteArray &path, const QByteArray &shown)
@@ -76,10 +103,13 @@ LocalFileWriter::LocalFileWriter(const QByteArray &path, const QByteArray &shown
     : m_path(path), m_shown(shown), m_direct(localKind(path) == LocalKind::Other),
       m_partial(m_direct ? path : path + "._COPYING_"), m_descriptor(-1)
 {
+    // What an earlier transfer has left there, or somebody has put there, a link or a pipe, gets none of our bytes.
+    if (!m_direct && ::unlink(m_partial.constData()) != 0 && errno != ENOENT)
+        fail(errno);
     if (!m_direct)
         removeAtAbruptEnd(m_partial);
     do {
-        m_descriptor = ::open(m_partial.constData(), kOpenFlags, 0666);
+        m_descriptor = ::open(m_partial.constData(), m_direct ? kDirectFlags : kPartialFlags, 0666);
         if (m_descriptor < 0 && errno == EINTR)
             checkForInterrupt();
     } while (m_descriptor < 0 && errno == EINTR);

@@ -11,6 +11,7 @@
 #include <QtCore/QTemporaryDir>
 
 #include <sys/stat.h>
+#include <unistd.h>
 
 namespace {
 
@@ -75,6 +76,49 @@ TEST_F(LocalFileTest, AnExistingFileStaysUntilTheNewOneIsFinished)
     EXPECT_EQ(names(), QStringList("x"));
 }
 
+TEST_F(LocalFileTest, ALinkInTheWayOfAPartialFileIsNotFollowed)
+{
+    put("precious", "old");
+    ASSERT_EQ(::symlink(at("precious").constData(), at("x._COPYING_").constData()), 0);
+    LocalFileWriter writer(at("x"), "x");
+    writer.write("new", 3);
+    writer.finish();
+    EXPECT_EQ(content("precious"), "old");
+    EXPECT_EQ(content("x"), "new");
+    EXPECT_EQ(names(), (QStringList{"precious", "x"}));
+    struct stat status;
+    ASSERT_EQ(::lstat(at("x").constData(), &status), 0);
+    EXPECT_TRUE(S_ISREG(status.st_mode));
+}
+
+TEST_F(LocalFileTest, AFileInTheWayOfAPartialFileKeepsItsBytesUnderItsOtherName)
+{
+    put("mine", "old");
+    ASSERT_EQ(::link(at("mine").constData(), at("x._COPYING_").constData()), 0);
+    LocalFileWriter writer(at("x"), "x");
+    writer.write("new", 3);
+    writer.finish();
+    EXPECT_EQ(content("mine"), "old");
+    EXPECT_EQ(content("x"), "new");
+}
+
+TEST_F(LocalFileTest, APipeInTheWayOfAPartialFileDoesNotBlock)
+{
+    ASSERT_EQ(::mkfifo(at("x._COPYING_").constData(), 0600), 0);
+    LocalFileWriter writer(at("x"), "x");
+    writer.write("new", 3);
+    writer.finish();
+    EXPECT_EQ(content("x"), "new");
+    EXPECT_EQ(names(), QStringList("x"));
+}
+
+TEST_F(LocalFileTest, ADirectoryInTheWayOfAPartialFileIsReportedAndStays)
+{
+    makeLocalDirectory(at("x._COPYING_"), "x");
+    EXPECT_THROW(LocalFileWriter(at("x"), "x"), Failure);
+    EXPECT_EQ(names(), QStringList("x._COPYING_"));
+}
+
 TEST_F(LocalFileTest, ADeviceIsWrittenToDirectlyAndStaysADevice)
 {
     LocalFileWriter writer("/dev/null", "/dev/null");
@@ -111,9 +155,24 @@ TEST_F(LocalFileTest, KindsAreToldApart)
     EXPECT_EQ(localKind(at("file/x")), LocalKind::BelowFile);
 }
 
+TEST_F(LocalFileTest, AParentIsADirectoryOfThisMachineWhateverItsBytes)
+{
+    const QByteArray directory = at("") + "\xFF\xFE";
+    makeLocalDirectory(directory, "directory");
+    EXPECT_EQ(localKind(localParent(directory + "/x")), LocalKind::Directory);
+    EXPECT_EQ(localKind(localParent(directory + "/x//")), LocalKind::Directory);
+    EXPECT_EQ(localKind(localParent(directory + "/no/x")), LocalKind::Missing);
+    EXPECT_EQ(localParent("x"), ".");
+    EXPECT_EQ(localParent("/x"), "/");
+    EXPECT_EQ(localParent("/"), "/");
+}
+
 TEST_F(LocalFileTest, AnUriIsAbsoluteAndNormalised)
 {
     EXPECT_EQ(localUri("/a//b/../c/"), "file:/a/c");
+    EXPECT_EQ(localUri("/../a/./"), "file:/a");
+    EXPECT_EQ(localUri("/a/.."), "file:/");
+    EXPECT_EQ(localUri("/\xFF\xFE/a"), "file:/\xFF\xFE/a");
     EXPECT_EQ(localUri("x"), "file:" + QFile::encodeName(QDir::currentPath()) + "/x");
 }
 

@@ -32,6 +32,11 @@ QByteArray inputOutputError(const QByteArray &shown)
     return '`' + shown + "': Input/output error";
 }
 
+QByteArray pathTooLong(const QByteArray &shown)
+{
+    return '`' + shown + "': the path is too long";
+}
+
 void Messages::report(const QByteArray &text)
 {
     m_any = true;

@@ -13,6 +13,9 @@ QByteArray isADirectory(const QByteArray &shown);
 QByteArray isNotADirectory(const QByteArray &shown);
 QByteArray inputOutputError(const QByteArray &shown);
 
+/// For a path that does not fit into a request.
+QByteArray pathTooLong(const QByteArray &shown);
+
 /// A command's messages on standard error, "COMMAND: TEXT", and whether there were any.
 class Messages
 {

@@ -12,35 +12,16 @@ class Search
 public:
     Search(FileSystem &files, std::vector<Item> *found) : m_files(files), m_found(found) {}
 
-    void from(const QByteArray &path, const QList<QByteArray> &names)
+    /// What the names from `depth` on lead to, beginning at `path`.
+    void descend(QByteArray path, const QList<QByteArray> &names, int depth)
     {
-        if (names.isEmpty())
+        for (; depth < names.size() && !Glob::hasWildcard(names.at(depth)); ++depth)
+            path = childPath(path, Glob::withoutEscapes(names.at(depth)));
+        if (depth == names.size()) {
             lookUp(path);
-        else
-            descend(path, names, 0);
-    }
-
-private:
-    void lookUp(const QByteArray &path)
-    {
-        Item item;
-        item.path = path;
-        item.exists = true;
-        if (m_files.find(path, &item.entry))
-            m_found->push_back(item);
-    }
-
-    void descend(const QByteArray &path, const QList<QByteArray> &names, int depth)
-    {
-        const bool last = depth + 1 == names.size();
-        if (!Glob::hasWildcard(names.at(depth))) {
-            const QByteArray next = childPath(path, Glob::withoutEscapes(names.at(depth)));
-            if (last)
-                lookUp(next);
-            else
-                descend(next, names, depth + 1);
             return;
         }
+        const bool last = depth + 1 == names.size();
         const Glob pattern(names.at(depth));
         for (const FileEntry &entry : m_files.list(path)) {
             if (!pattern.matches(entry.name))
@@ -55,6 +36,16 @@ private:
                 descend(childPath(path, entry.name), names, depth + 1);
             }
         }
+    }
+
+private:
+    void lookUp(const QByteArray &path)
+    {
+        Item item;
+        item.path = path;
+        item.exists = true;
+        if (m_files.find(path, &item.entry))
+            m_found->push_back(item);
     }
 
     FileSystem &m_files;
@@ -79,7 +70,7 @@ std::vector<Item> expand(CommandContext &context, const QByteArray &argument)
     std::vector<Item> found;
     Search search(context.files, &found);
     foreach (const QByteArray &pattern, Glob::withoutSlashesInBraces(parsed.pattern))
-        search.from("/", Glob::names(pattern));
+        search.descend("/", Glob::names(pattern), 0);
     std::sort(found.begin(), found.end(), pathBefore);
     found.erase(std::unique(found.begin(), found.end(), samePath), found.end());
     for (Item &item : found) {

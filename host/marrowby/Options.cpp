@@ -9,6 +9,7 @@
 namespace {
 
 const std::size_t kHelpColumn = 26;
+const char kHelpOption[] = "--help";
 
 /// CLI11 knows one letter behind one dash and words behind two.
 std::string cliName(const std::string &name)
@@ -74,7 +75,7 @@ public:
 OptionReader::OptionReader(const std::string &introduction) : m_application(new Application(introduction))
 {
     m_application->formatter(std::make_shared<HelpFormatter>(m_options));
-    m_application->set_help_flag("--help", "this text");
+    m_application->set_help_flag(kHelpOption, "this text");
     m_application->allow_extras();
 }
 
@@ -119,9 +120,15 @@ void OptionReader::add(const std::vector<OptionDescription> &options, const std:
 
 void OptionReader::read(std::vector<std::string> words)
 {
-    for (std::string &word : words)
-        if (const OptionDescription *const option = findOption(m_options, word))
-            word = cliName(option->name) + word.substr(std::min(word.size(), word.find('=')));
+    for (std::string &word : words) {
+        const OptionDescription *const option = findOption(m_options, word);
+        const std::size_t equals = std::min(word.size(), word.find('='));
+        // CLI11 would try to make a truth value of it.
+        if (equals < word.size() && (option ? option->value.empty() : word.substr(0, equals) == kHelpOption))
+            throw Error(word.substr(0, equals) + " takes no value");
+        if (option)
+            word = cliName(option->name) + word.substr(equals);
+    }
     std::reverse(words.begin(), words.end()); // so CLI11 wants them
     try {
         m_application->parse(words);

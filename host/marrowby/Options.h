@@ -20,7 +20,8 @@ public:
     /// Somebody asked with --help.
     struct Help {
     };
-    /// An option that does not exist ("Illegal option -x"), or a value that is missing or makes no sense.
+    /// An option that does not exist ("Illegal option -x"), or a value that is missing, makes no sense or is one too
+    /// many.
     class Error : public std::runtime_error
     {
     public:

@@ -5,9 +5,17 @@
 #include "host/marrowby/Interrupt.h"
 #include "host/marrowby/Messages.h"
 
+namespace {
+
+const int kLongestNames = 494; // bytes of both paths that a rename of the plug-in takes
+
+} // namespace
+
 PartialFile::PartialFile(FileSystem &files, const QByteArray &path, const QByteArray &shown)
     : m_files(files), m_path(path), m_shown(shown), m_partial(pathFor(path)), m_pending(true)
 {
+    if (m_path.size() + m_partial.size() > kLongestNames)
+        throw Failure(pathTooLong(m_shown));
     std::vector<QByteArray> removal = m_files.session().options();
     removal.insert(removal.end(), {"rm", "-f", "--", Glob::escaped(m_partial)});
     runAtAbruptEnd(removal);

@@ -12,7 +12,8 @@
 class PartialFile
 {
 public:
-    /// Sends nothing. `shown`: how messages call PATH.
+    /// Sends nothing. `shown`: how messages call PATH. Throws Failure when the file could not get its name in the end,
+    /// because that is too long.
     PartialFile(FileSystem &files, const QByteArray &path, const QByteArray &shown);
     /// Removes it, unless it was finished.
     ~PartialFile();

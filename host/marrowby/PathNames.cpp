@@ -9,6 +9,7 @@ namespace {
 
 const char kScheme[] = "hdfs://";
 const int kSchemeLength = sizeof kScheme - 1;
+const int kLongestPath = 8000; // bytes: HDFS takes no more
 
 /// The length of "name://" at the beginning of `text`; 0 when there is none.
 int schemeLength(const QByteArray &text)
@@ -54,6 +55,9 @@ PathArgument PathNames::parse(const QByteArray &argument) const
 {
     if (argument.isEmpty())
         throw UsageError("Can not create a Path from an empty string");
+    if (argument.size() > kLongestPath)
+        throw Failure("a path of " + QByteArray::number(argument.size()) + " bytes is too long: HDFS takes at most " +
+                      QByteArray::number(kLongestPath));
     PathArgument parsed;
     parsed.hasWildcard = Glob::hasWildcard(argument);
     parsed.typed = parsed.hasWildcard ? argument : Glob::withoutEscapes(argument);
@@ -94,6 +98,11 @@ QByteArray PathNames::shown(const QByteArray &path, const PathArgument &argument
     if (climbed.isEmpty() || rest.isEmpty())
         return climbed + rest;
     return climbed + '/' + rest;
+}
+
+bool isName(const QByteArray &name)
+{
+    return !name.isEmpty() && name != "." && name != ".." && !name.contains('/') && !name.contains('\0');
 }
 
 QByteArray childPath(const QByteArray &directory, const QByteArray &name)

@@ -25,7 +25,8 @@ public:
     /// `home`: an absolute path; `authority`: "host:port" of the NameNode.
     PathNames(const QByteArray &home, const QByteArray &authority) : m_home(home), m_authority(authority) {}
 
-    /// Throws UsageError for an empty path or one that climbs above "/", Failure for another file system.
+    /// Throws UsageError for an empty path or one that climbs above "/", Failure for another file system or a path that
+    /// is longer than HDFS takes.
     PathArgument parse(const QByteArray &argument) const;
 
     /// How an existing path is shown when it was found through an argument of that form: relative ones as seen from
@@ -43,6 +44,10 @@ private:
     QByteArray m_home;
     QByteArray m_authority;
 };
+
+/// Whether something in a directory can be called that: one name, and neither the directory itself nor the one above
+/// it.
+bool isName(const QByteArray &name);
 
 /// The absolute path of an entry of a directory.
 QByteArray childPath(const QByteArray &directory, const QByteArray &name);

@@ -18,7 +18,7 @@ QByteArray shown(const char *path, const char *argument)
     return names.shown(path, names.parse(argument));
 }
 
-QByteArray failureOf(const char *argument)
+QByteArray failureOf(const QByteArray &argument)
 {
     try {
         names.parse(argument);
@@ -74,6 +74,21 @@ TEST(PathNames, SenselessPathsAreWrongUsage)
 {
     EXPECT_EQ(failureOf(""), "usage: Can not create a Path from an empty string");
     EXPECT_EQ(failureOf("/../x"), "usage: Pathname /../x from hdfs://localhost:9000/../x is not a valid DFS filename.");
+}
+
+TEST(PathNames, APathThatIsLongerThanHdfsTakesIsRefused)
+{
+    EXPECT_EQ(failureOf('/' + QByteArray(7999, 'x')), "accepted");
+    EXPECT_EQ(failureOf('/' + QByteArray(8000, 'x')), "a path of 8001 bytes is too long: HDFS takes at most 8000");
+}
+
+TEST(PathNames, WhatLeadsOutOfADirectoryIsNoName)
+{
+    for (const char *name : {"a", "...", "..a", ".a", "a b", "\xFF", "*", "\\"})
+        EXPECT_TRUE(isName(name)) << name;
+    for (const char *text : {"", ".", "..", "/", "a/b", "../a", "/a", "a/"})
+        EXPECT_FALSE(isName(text)) << text;
+    EXPECT_FALSE(isName(QByteArray("a\0b", 3)));
 }
 
 TEST(PathNames, MessagesCallAMissingPathAsItWasTyped)

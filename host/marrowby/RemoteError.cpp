@@ -4,6 +4,8 @@ namespace {
 
 const char kClass[] = "ExceptionClassName=";
 const char kMessage[] = "errorMsg=";
+const char kNotEncoded[] = "Encoding failed: ";
+const char kTooLong[] = "Encoding failed: stream full";
 
 QByteArray onOneLine(const QString &text)
 {
@@ -25,6 +27,16 @@ RemoteError remoteErrorIn(const QStringList &logEntries)
         break;
     }
     return error;
+}
+
+bool requestWasTooLong(const QStringList &logEntries)
+{
+    return logEntries.contains(QLatin1String(kTooLong));
+}
+
+bool couldNotBeEncoded(const QStringList &logEntries)
+{
+    return !logEntries.filter(QLatin1String(kNotEncoded)).isEmpty();
 }
 
 QByteArray reasonIn(const QStringList &logEntries)

@@ -41,3 +41,18 @@ TEST(RemoteError, ASilentFailureHasNoReason)
 {
     EXPECT_EQ(reasonIn(QStringList()), "it failed without a reason");
 }
+
+TEST(RemoteError, ARequestThatWasTooLongIsToldFromOtherFailures)
+{
+    EXPECT_TRUE(requestWasTooLong(QStringList("Encoding failed: stream full")));
+    EXPECT_FALSE(requestWasTooLong(QStringList("ERROR HDFS: Encoding failed: stream full")));
+    EXPECT_FALSE(requestWasTooLong(QStringList("TCPIP send failed")));
+    EXPECT_FALSE(requestWasTooLong(QStringList()));
+}
+
+TEST(RemoteError, ARequestThatCouldNotBeEncodedIsRecognisedWhoeverItWasFor)
+{
+    EXPECT_TRUE(couldNotBeEncoded({"Warning", "Encoding failed: stream full"}));
+    EXPECT_TRUE(couldNotBeEncoded({"ERROR HDFS: Encoding failed: stream full", "something else"}));
+    EXPECT_FALSE(couldNotBeEncoded({"Warning HDFS: TCPIP send failed (1)"}));
+}

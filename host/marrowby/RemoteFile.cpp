@@ -8,10 +8,16 @@
 
 namespace {
 
-const quint32 kFirstErrorResult = 0xFFFFFFFEu; // it and the one above it are no byte counts
+const quint32 kNoDataNode = 0xFFFFFFFEu; // a result of a read; it and the one above it are no byte counts
 const int kAttemptsAtOnce = 10;
 const int kPauses[] = {500, 2500, 6000}; // milliseconds
 const int kPauseCount = sizeof kPauses / sizeof kPauses[0];
+
+/// Whether a read that failed with fresh block locations would fail the same way again and again.
+bool isForGood(quint32 result, const QStringList &log)
+{
+    return result == kNoDataNode || couldNotBeEncoded(log);
+}
 
 } // namespace
 
@@ -57,7 +63,7 @@ quint32 RemoteFile::read(char *buffer, quint32 count)
         session->setPosition(m_reader, static_cast<qint64>(m_offset));
         const quint32 wanted = m_hasFailed ? atMostOneBlock(count) : count;
         const quint32 result = session->read(m_reader, buffer, wanted, nullptr);
-        if (result > 0 && result < kFirstErrorResult) {
+        if (result > 0 && result < kNoDataNode) {
             m_offset += result;
             return result;
         }
@@ -66,7 +72,7 @@ quint32 RemoteFile::read(char *buffer, quint32 count)
             throw Failure('`' + m_shown + "': it has become shorter while it was read");
         m_hasFailed = true;
         const int pause = attempt / kAttemptsAtOnce - 1;
-        if (pause == kPauseCount)
+        if (pause == kPauseCount || (attempt > 1 && isForGood(result, session.log())))
             throw Failure("Could not obtain block: `" + m_shown + "' from byte " + QByteArray::number(m_offset) +
                           " on: " + reasonIn(session.log()));
         if (attempt % kAttemptsAtOnce == 0)

@@ -23,7 +23,7 @@ public:
     /// Reads the next bytes: `count`, or what is left of the file, or less. 0 at its end. A failed read is tried again
     /// with fresh block locations: several times at once, because the NameNode names a block's DataNodes in another
     /// order each time and the plug-in does not get past a first one that refuses connections; and three times after
-    /// growing pauses. Then it throws Failure.
+    /// growing pauses. Then it throws Failure; at once when no DataNode has the block or nothing could be asked for.
     quint32 read(char *buffer, quint32 count);
 
 private:

@@ -2,6 +2,7 @@
 
 #include "host/marrowby/Errors.h"
 #include "host/marrowby/Interrupt.h"
+#include "host/marrowby/Messages.h"
 #include "host/marrowby/RemoteError.h"
 
 RemoteFileWriter::RemoteFileWriter(FileSystem &files, const QByteArray &path, const QByteArray &shown,
@@ -33,6 +34,8 @@ void RemoteFileWriter::check(qint32 result)
     if (result == 0)
         return;
     checkForInterrupt();
+    if (requestWasTooLong(m_files.session().log()))
+        throw Failure(pathTooLong(m_shown));
     const QByteArray reason = reasonIn(m_files.session().log());
     const bool isTheirs = !remoteErrorIn(m_files.session().log()).className.isEmpty();
     throw Failure(isTheirs ? reason : "Could not write: `" + m_shown + "': " + reason);

@@ -91,11 +91,11 @@ void Session::connect(const SessionOptions &options)
                 settings.webHdfs = options.webHdfs != 0;
             if (options.abandonBlock >= 0)
                 settings.abandonBlock = options.abandonBlock != 0;
-            if (!settings.address.isEmpty())
+            if (settings.hasNameNode())
                 oneRun.reset(new OneRunSettings(settings));
         }
         // The plug-in would say the same with a null connection and no message.
-        if (settings.address.isEmpty())
+        if (!settings.hasNameNode())
             throw NoConnection(nothingConfigured());
         m_user = settings.effectiveUser();
         m_authority = settings.authority();

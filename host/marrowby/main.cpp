@@ -5,6 +5,7 @@
 #include "host/marrowby/ExitStatus.h"
 #include "host/marrowby/Interrupt.h"
 #include "host/marrowby/Session.h"
+#include "host/marrowby/StandardDescriptors.h"
 
 #include <QtCore/QCoreApplication>
 
@@ -75,6 +76,7 @@ int run(const std::vector<std::string> &arguments)
 
 int main(int argc, char **argv)
 {
+    holdStandardDescriptors();
     QCoreApplication application(argc, argv);
     watchForInterrupts();
     try {
