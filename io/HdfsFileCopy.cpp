@@ -42,6 +42,16 @@ const HdfsFileStatus *statusToCopy(NameNodeConnection *connection, const QByteAr
     return ClientProtocol::fileInfo(connection, source, failed);
 }
 
+/// Whether two paths lead to the same file; a slash behind a name means nothing.
+bool isSamePath(QByteArray one, QByteArray other)
+{
+    while (one.endsWith('/'))
+        one.chop(1);
+    while (other.endsWith('/'))
+        other.chop(1);
+    return one == other;
+}
+
 /// Moves the file's bytes, with both ends open.
 CopyResult moveBytes(HdfsFileReader *reader, HdfsFileWriter *writer, char *buffer, std::uint32_t size)
 {
@@ -75,7 +85,7 @@ std::int32_t copyHdfsFile(NameNodeConnection *connection, const QByteArray &sour
         logToHost("File not found");
         return NoSource;
     }
-    if (source == destination) {
+    if (isSamePath(source, destination)) {
         // Creating the destination would destroy what is still to be read.
         logToHost("ERROR HDFS: source and destination of a copy are the same file");
         return DestinationNotOpened;

@@ -180,9 +180,11 @@ TEST_F(Copying, BlocksOfFourGibibytesCannotBeWritten)
 TEST_F(Copying, SourceIsNotCopiedOntoItself)
 {
     makeSource({100});
-    EXPECT_EQ(6, copy("/from", "/from"));
-    EXPECT_TRUE(log.holds({"ERROR HDFS: source and destination of a copy are the same file"}));
-    EXPECT_EQ("getFileInfo", target.callNames());
+    for (const char *destination : {"/from", "/from/", "/from//"}) {
+        EXPECT_EQ(6, copy("/from", destination));
+        EXPECT_TRUE(log.takes({"ERROR HDFS: source and destination of a copy are the same file"}));
+    }
+    EXPECT_EQ("getFileInfo getFileInfo getFileInfo", target.callNames());
 }
 
 TEST_F(Copying, FailedReadDeletesTheDestination)

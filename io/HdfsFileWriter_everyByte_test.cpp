@@ -75,7 +75,7 @@ TEST_F(EveryByteOfAFile, EachAllocationMayFail)
     EXPECT_EQ(0, descriptors.opened());
 }
 
-TEST_F(EveryByteOfAFile, MemoryAndDescriptorsStayAsTheyWere)
+TEST_F(EveryByteOfAFile, DescriptorsStayAsTheyWere)
 {
     ScriptedNewFile file(3);
     file.dataNode(0).serve(refusing());
@@ -91,7 +91,7 @@ TEST_F(EveryByteOfAFile, MemoryAndDescriptorsStayAsTheyWere)
     const OpenDescriptors descriptors;
     for (int i = 0; i < 20; ++i)
         writeFile();
-    // Five attempts, all in vain.
+    // Attempts, all in vain.
     file.serve(refusing());
     file.dataNode(1).peer().stopListening();
     const std::unique_ptr<HdfsFileWriter> writer = file.open(kBlock);

@@ -101,18 +101,23 @@ TEST_F(FailingWrite, BlockThatFailsIsWrittenAgainElsewhere)
     EXPECT_EQ(kBlock, file.wholeBlocks().back().request.minbytesrcvd());
 }
 
-TEST_F(FailingWrite, ExcludedDataNodesAreDescribedByTheirIdentityAndTheirPlaceInTheNetwork)
+TEST_F(FailingWrite,
+       ExcludedDataNodesHaveTheirPlaceInTheNetworkWhenTheirBlocksAreGivenBackAndElseNothingButTheirIdentity)
 {
-    ScriptedNewFile file(2, 2);
-    file.dataNode(0).serve(refusing());
-    const std::unique_ptr<HdfsFileWriter> writer = file.open(kBlock);
-    EXPECT_EQ(0, closeWith(writer.get(), "bytes"));
-    const DatanodeInfoProto sent = file.addBlocks().at(1).excludenodes(0);
-    DatanodeInfoProto expected;
-    *expected.mutable_id() = file.dataNode(0).location(ScriptedNewFile::uuid(0)).id();
-    expected.mutable_id()->clear_infosecureport();
-    expected.set_location("/default-rack");
-    EXPECT_EQ(expected.SerializeAsString(), sent.SerializeAsString());
+    for (const bool gives : {false, true}) {
+        ScriptedNewFile file(2, 2);
+        file.connection.abandonsFailedBlocks = gives;
+        file.dataNode(0).serve(refusing());
+        const std::unique_ptr<HdfsFileWriter> writer = file.open(kBlock);
+        EXPECT_EQ(0, closeWith(writer.get(), "bytes"));
+        const DatanodeInfoProto sent = file.addBlocks().at(1).excludenodes(0);
+        DatanodeInfoProto expected;
+        *expected.mutable_id() = file.dataNode(0).location(ScriptedNewFile::uuid(0)).id();
+        expected.mutable_id()->clear_infosecureport();
+        if (gives)
+            expected.set_location("/default-rack");
+        EXPECT_EQ(expected.SerializeAsString(), sent.SerializeAsString());
+    }
 }
 
 TEST_F(FailingWrite, FifthFailingAttemptIsTheLast)

@@ -28,12 +28,12 @@ bool encodeNodes(pb_ostream_t *stream, const pb_field_t *field, const DataNodeLo
     return true;
 }
 
-bool encodeTargets(pb_ostream_t *stream, const pb_field_t *field, void *const *argument)
+bool encodeIdentities(pb_ostream_t *stream, const pb_field_t *field, void *const *argument)
 {
     return encodeNodes(stream, field, static_cast<const DataNodeLocation *>(*argument), false);
 }
 
-bool encodeExcluded(pb_ostream_t *stream, const pb_field_t *field, void *const *argument)
+bool encodeIdentitiesAndPlaces(pb_ostream_t *stream, const pb_field_t *field, void *const *argument)
 {
     return encodeNodes(stream, field, static_cast<const DataNodeLocation *>(*argument), true);
 }
@@ -72,14 +72,14 @@ void BlockIdentity::describe(ExtendedBlockProto *message) const
     message->generationStamp = m_block->generationStamp;
 }
 
-pb_callback_t sendTargets(const DataNodeLocation *first)
+pb_callback_t sendIdentities(const DataNodeLocation *first)
 {
-    return sendEach(encodeTargets, first);
+    return sendEach(encodeIdentities, first);
 }
 
-pb_callback_t sendExcluded(const DataNodeLocation *first)
+pb_callback_t sendIdentitiesAndPlaces(const DataNodeLocation *first)
 {
-    return sendEach(encodeExcluded, first);
+    return sendEach(encodeIdentitiesAndPlaces, first);
 }
 
 QByteArray encodeOpRequest(std::uint8_t opCode, PbFieldList fields, const void *message, const char **error)

@@ -33,11 +33,10 @@ private:
     ByteString m_tokenService;
 };
 
-/// Send `DatanodeInfoProto` messages with nothing but the identity of each DataNode from `first` (null: none) to the
-/// end of its list. Excluded ones have their network location besides, as far as it is known: a NameNode that looks for
-/// other DataNodes fails without.
-pb_callback_t sendTargets(const DataNodeLocation *first);
-pb_callback_t sendExcluded(const DataNodeLocation *first);
+/// Send `DatanodeInfoProto` messages with the identity of each DataNode from `first` (null: none) to the end of its
+/// list: with nothing else, or with its network location as far as that is known.
+pb_callback_t sendIdentities(const DataNodeLocation *first);
+pb_callback_t sendIdentitiesAndPlaces(const DataNodeLocation *first);
 
 /// Version, `opCode`, the message's length and the message. Empty, with the reason in `*error` (null: not known), when
 /// it does not fit into kOpMessageLimit bytes.

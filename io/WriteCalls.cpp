@@ -88,7 +88,9 @@ LocatedBlock *callAddBlock(NameNodeConnection *connection, const QByteArray &pat
         request.previous.numBytes = previous->numBytes;
     }
     if (excluded)
-        request.excludeNodes = sendExcluded(excluded);
+        // A NameNode that looks for other DataNodes, as it does for a block that was given back, must know their place.
+        request.excludeNodes =
+            connection->abandonsFailedBlocks ? sendIdentitiesAndPlaces(excluded) : sendIdentities(excluded);
     if (!call.encode(AddBlockRequestProto_fields, &request, kRequestLimit))
         return nullptr;
 

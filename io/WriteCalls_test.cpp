@@ -234,8 +234,22 @@ TEST_F(WriteCalls, AddBlockNamesTheBlockBeforeWithItsLength)
     expectBlock(given, 0, request<AddBlockRequestProto>("addBlock").previous());
 }
 
-TEST_F(WriteCalls, AddBlockExcludesDataNodesByTheirIdentityAndTheirPlaceInTheNetwork)
+TEST_F(WriteCalls, AddBlockExcludesDataNodesByTheirIdentity)
 {
+    answerAddBlock();
+    ASSERT_TRUE(addBlock(nullptr, block->firstLocation));
+    AddBlockRequestProto expected;
+    expected.set_src(kPath);
+    expected.set_clientname("Quor");
+    *expected.mutable_excludenodes() = given.locs();
+    for (DatanodeInfoProto &node : *expected.mutable_excludenodes())
+        node.clear_location();
+    EXPECT_EQ(expected.SerializeAsString(), nameNode.calls()[0].request);
+}
+
+TEST_F(WriteCalls, AddBlockBehindAGivenUpBlockExcludesDataNodesByTheirPlaceInTheNetworkToo)
+{
+    connection.abandonsFailedBlocks = true;
     answerAddBlock();
     ASSERT_TRUE(addBlock(nullptr, block->firstLocation));
     AddBlockRequestProto expected;

@@ -36,7 +36,7 @@ void logTransportFailure(const char *line, int error)
 struct Replies {
     Replies() : last(kNoReply), count(0), firstFailed(0), anyFailed(false) {}
 
-    void add(std::uint32_t status)
+    void add(std::uint64_t status)
     {
         if (status != kDataTransferStatusSuccess && !anyFailed) {
             anyFailed = true;
@@ -46,7 +46,7 @@ struct Replies {
         ++count;
     }
 
-    std::uint32_t last; ///< the one that counts
+    std::uint64_t last; ///< the one that counts
     std::uint32_t count;
     std::uint32_t firstFailed; ///< position of the first one that is no success, if any
     bool anyFailed;
@@ -59,7 +59,7 @@ bool decodeReply(pb_istream_t *stream, const pb_field_t *, void **argument)
     do {
         if (!pb_decode_varint(stream, &status))
             return false;
-        static_cast<Replies *>(*argument)->add(static_cast<std::uint32_t>(status));
+        static_cast<Replies *>(*argument)->add(status);
     } while (stream->bytes_left > 0);
     return true;
 }
@@ -126,7 +126,7 @@ PipelineResult Pipeline::setUp()
     const BlockIdentity identity(&m_block);
     OpWriteBlockProto request = OpWriteBlockProto_init_default;
     identity.describe(&request.header);
-    request.targets = sendTargets(m_block.firstLocation->next);
+    request.targets = sendIdentities(m_block.firstLocation->next);
     request.stage = kStagePipelineSetupCreate;
     request.pipelineSize = m_block.locationCount - 1;
     request.minBytesRcvd = m_write.bytesInBlocks;

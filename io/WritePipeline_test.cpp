@@ -497,6 +497,13 @@ TEST_F(WritePipeline, AckOfMoreThan127BytesIsErroneous)
         expectAckRefused(0, length + std::string(300, 'a'), {"TCPIP received failed: erroneous size"});
 }
 
+TEST_F(WritePipeline, ReplyBeyond32BitsIsNoSuccess)
+{
+    // seqno 0; reply 2^32, a varint of five bytes.
+    const std::string ack("\x08\x00\x10\x80\x80\x80\x80\x10", 8);
+    expectAckRefused(0, lengthDelimited(ack), {"error ACK paquet"});
+}
+
 TEST_F(WritePipeline, AckOf127BytesIsTheLongest)
 {
     PipelineAckProto ack;
