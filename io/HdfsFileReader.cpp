@@ -64,7 +64,8 @@ std::int32_t findBlock(LocatedBlock *const *blocks, std::int32_t count, std::int
 }
 
 HdfsFileReader::HdfsFileReader(NameNodeConnection *connection_, const QByteArray &path_)
-    : connection(connection_), blocks(nullptr), blockCount(0), blockIndex(0), position(0), fileLength(0), path(path_)
+    : connection(connection_), blocks(nullptr), blockCount(0), blockIndex(0), position(0), fileLength(0), path(path_),
+      isNameDoubted(false)
 {
 }
 

@@ -39,6 +39,7 @@ public:
     std::int64_t position;          ///< next byte to read; any value
     std::uint64_t fileLength;       ///< bytes, as the NameNode reported them
     QByteArray path;                ///< UTF-8
+    bool isNameDoubted;             ///< it has been logged that WebHDFS may take the path for another one
 
 private:
     HdfsFileReader(NameNodeConnection *connection, const QByteArray &path);

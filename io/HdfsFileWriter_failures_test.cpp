@@ -6,6 +6,7 @@
 #include "testing/HeapInUse.h"
 #include "testing/LogCapture.h"
 #include "testing/ScriptedDataNode.h"
+#include "testing/ScriptedFile.h"
 #include "testing/ScriptedNewFile.h"
 #include "testing/SystemCallFaults.h"
 
@@ -190,6 +191,51 @@ TEST_F(FailingWrite, BlockWithoutDataNodesIsAFailedAttempt)
     EXPECT_EQ(7, closeWith(writer.get(), "bytes"));
     EXPECT_TRUE(log.takes(times(5, {"Cannot connect to datanode"}) + Lines({"Maximum retry reached"})));
     EXPECT_EQ(0, file.addBlocks().back().excludenodes_size());
+}
+
+TEST_F(FailingWrite, LocationThatLeadsNowhereCostsEachAttempt)
+{
+    const DatanodeInfoProto nowhere[] = {
+        someLocation("127.0.0.1", 0, "port-zero"), someLocation("127.0.0.1", 70000, "no-port"),
+        someLocation("no.such.host.invalid", 9866, "no-host"), someLocation("", 9866, "no-name")};
+    for (const DatanodeInfoProto &location : nowhere) {
+        ScriptedNewFile file;
+        file.nameNode.forget("addBlock");
+        AddBlockResponseProto response;
+        *response.mutable_block() = givenBlock(0, {location});
+        file.nameNode.answer("addBlock", response);
+        const std::unique_ptr<HdfsFileWriter> writer = file.open(kBlock);
+        EXPECT_EQ(7, closeWith(writer.get(), "bytes")) << location.id().datanodeuuid();
+        EXPECT_TRUE(log.takes(times(5, {"Cannot connect to datanode"}) + Lines({"Maximum retry reached"})));
+    }
+}
+
+TEST_F(FailingWrite, TenThousandLocationsDoNotFitIntoARequest)
+{
+    ScriptedNewFile file;
+    file.nameNode.forget("addBlock");
+    const std::vector<DatanodeInfoProto> locations(10000, file.dataNode().location("the-same"));
+    AddBlockResponseProto response;
+    *response.mutable_block() = givenBlock(0, locations);
+    file.nameNode.answer("addBlock", response);
+    const std::unique_ptr<HdfsFileWriter> writer = file.open(kBlock);
+    EXPECT_EQ(9, closeWith(writer.get(), "bytes"));
+    EXPECT_TRUE(log.takes({"Encoding failed: stream full"}));
+}
+
+TEST_F(FailingWrite, LengthThatTheNameNodeGivesANewBlockDoesNotMatter)
+{
+    ScriptedNewFile file;
+    file.answerAddBlock([&](ScriptedConnection &connection, const NameNodeCall &call) {
+        AddBlockResponseProto response;
+        *response.mutable_block() = givenBlock(0, {file.dataNode().location(ScriptedNewFile::uuid(0))});
+        file.dataNode().expect(response.block());
+        response.mutable_block()->mutable_b()->set_numbytes(1u << 30);
+        connection.send(ScriptedNameNode::frame(call, response));
+    });
+    const std::unique_ptr<HdfsFileWriter> writer = file.open(kBlock);
+    EXPECT_EQ(0, closeWith(writer.get(), "bytes"));
+    EXPECT_EQ(5u, file.completes().at(0).last().numbytes());
 }
 
 TEST_F(FailingWrite, FailedBlockIsGivenBackWhenThatIsAskedFor)

@@ -147,9 +147,12 @@ bool mayMeanAnother(const QByteArray &text, const char *meaningful)
 std::uint32_t readThroughWebHdfs(HdfsFileReader &reader, std::int32_t *blockIndex, std::uint64_t offsetInBlock,
                                  std::uint32_t length, char *buffer)
 {
-    if (mayMeanAnother(reader.path, "%?#") || mayMeanAnother(reader.connection->user, "%?#&"))
+    if (!reader.isNameDoubted &&
+        (mayMeanAnother(reader.path, "%?#") || mayMeanAnother(reader.connection->user, "%?#&+"))) {
+        reader.isNameDoubted = true;
         logToHost(QLatin1String("Warning WebHDFS: data nodes may take this name for another one: ") +
                   QString::fromUtf8(reader.path.constData(), reader.path.size()));
+    }
     return walkBlocks(
         reader, blockIndex, offsetInBlock, length, buffer, "ERROR WebHDFS: No data node that contains block %1 (5)",
         [&](LocatedBlock *block, std::uint64_t offset, std::uint32_t wanted, char *output) {

@@ -14,8 +14,8 @@ class HdfsFileReader;
 ///
 /// The bytes are taken as they come, without checksums. The reader's path and the connection's user go into the request
 /// as they are. Where they hold characters that mean something in a URL, or others than ASCII, a DataNode may take the
-/// name for another one and give that file's bytes: such reads are logged as "Warning WebHDFS: data nodes may take this
-/// name for another one: PATH".
+/// name for another one and give that file's bytes: that is logged once for each reader as "Warning WebHDFS: data
+/// nodes may take this name for another one: PATH".
 std::uint32_t readThroughWebHdfs(HdfsFileReader &reader, std::int32_t *blockIndex, std::uint64_t offsetInBlock,
                                  std::uint32_t length, char *buffer);
 

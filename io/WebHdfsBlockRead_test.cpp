@@ -150,7 +150,7 @@ TEST_F(WebRead, BodyIsReceivedStraightIntoTheCallersBuffer)
 
 TEST_F(WebRead, PathAndUserGoOutAsTheyAre)
 {
-    const QByteArray names[] = {"/a b", "/one+one;two=\"three\"<four>\\|^`{}[]", "/line\r\nbreak: \r\n\r\n in it",
+    const QByteArray names[] = {"/a b", "/one;two=\"three\"<four>\\|^`{}[]", "/line\r\nbreak: \r\n\r\n in it",
                                 "no slash", ""};
     ScriptedWebFile file({1000});
     for (const QByteArray &name : names) {
@@ -183,11 +183,13 @@ TEST_F(WebRead, PathThatMayBeTakenForAnotherGoesOutAsItIsWithAWarning)
 TEST_F(WebRead, UserWhoMayBeTakenForAnotherGoesOutAsHeIsWithAWarning)
 {
     ScriptedWebFile file({1000});
-    const std::unique_ptr<HdfsFileReader> reader = file.openAs("/file");
-    warnings = {"Warning WebHDFS: data nodes may take this name for another one: /file"};
-    for (const char *user : {"a&offset=5", "a%41", "J\xC3\xBCrgen", "a?b", "a#b"}) {
+    for (const char *user : {"a&offset=5", "a%41", "J\xC3\xBCrgen", "a?b", "a#b", "a+b"}) {
         file.setUser(user);
+        const std::unique_ptr<HdfsFileReader> reader = file.openAs("/file");
+        warnings = {"Warning WebHDFS: data nodes may take this name for another one: /file"};
         ASSERT_NO_FATAL_FAILURE(expectRange(&file, reader.get(), 0, 200)) << user;
+        warnings.clear(); // once is enough
+        ASSERT_NO_FATAL_FAILURE(expectRange(&file, reader.get(), 200, 200)) << user;
     }
 }
 

@@ -165,6 +165,41 @@ TEST_F(RealWriteFaults, DataNodeThatDiesInTheMiddleOfABlockCostsAnotherAttempt)
     }
 }
 
+TEST_F(RealWriteFaults, DataNodeThatIsStartedAgainInTheMiddleOfABlockCostsAnotherAttempt)
+{
+    const QByteArray bytes = patternFileBytes(0, static_cast<int>(kLength));
+    const Writer writer = create("file", 1);
+    ASSERT_TRUE(writer != nullptr);
+    {
+        OnceAnswered restart(*connection, kInTheMiddle, [&] {
+            const QByteArray node = connectedNode();
+            cluster.kill(node);
+            cluster.restart(node);
+        });
+        ASSERT_EQ(0, writer->close(bytes.constData(), kLength - 1));
+        EXPECT_TRUE(restart.isDone());
+    }
+    EXPECT_FALSE(log.texts().empty());
+    EXPECT_TRUE(cluster.holdsPattern(directory() + "/file", kLength - 1));
+}
+
+TEST_F(RealWriteFaults, DataNodeThatDiesInTheMiddleEndsTheFileWhenItsBlockIsKept)
+{
+    connection->abandonsFailedBlocks = false;
+    const QByteArray bytes = patternFileBytes(0, static_cast<int>(kLength));
+    const OpenDescriptors descriptors;
+    const Writer writer = create("file", 1);
+    ASSERT_TRUE(writer != nullptr);
+    {
+        OnceAnswered kill(*connection, kInTheMiddle, [&] { cluster.kill(connectedNode()); });
+        EXPECT_EQ(2, writer->write(bytes.constData(), kLength));
+        EXPECT_TRUE(kill.isDone());
+    }
+    EXPECT_EQ(7, writer->close(nullptr, 0));
+    EXPECT_EQ(kRetries, log.texts().back());
+    EXPECT_EQ(0, descriptors.opened());
+}
+
 TEST_F(RealWriteFaults, DataNodeThatDiesBeforeTheLastAcknowledgementsCostsAnotherAttempt)
 {
     const QByteArray bytes = patternFileBytes(0, static_cast<int>(kLength));
@@ -237,13 +272,14 @@ TEST_F(RealWriteFaults, FullDiskIsAvoidedWhenAnotherHasRoom)
     for (const char *node : {kDataNodes[0], kDataNodes[1]})
         cluster.limitFiles(node, 8 * kMiB);
     const QByteArray bytes = patternFileBytes(0, static_cast<int>(16 * kMiB));
-    for (int i = 0; i < 4; ++i) {
+    for (int i = 0; log.texts().empty() && i < 50; ++i) {
         const QByteArray name = QByteArray::number(i);
         const Writer writer = create(name, 1);
         ASSERT_TRUE(writer != nullptr);
         EXPECT_EQ(0, writer->close(bytes.constData(), static_cast<std::uint32_t>(bytes.size())));
         EXPECT_TRUE(cluster.holdsPattern(directory() + "/" + name, bytes.size()));
     }
+    EXPECT_FALSE(log.texts().empty()) << "no full disk was met";
     for (const char *node : kDataNodes)
         cluster.limitFiles(node, -1);
 }
@@ -319,10 +355,14 @@ TEST_F(RealWriteFaults, CopyThatCannotReadItsSourceAnyMoreLeavesNoDestination)
 {
     const QByteArray source = directory() + "/source";
     cluster.client({"pattern", source, "3000000", "1048576", "1", "512", "CRC32C"});
-    for (const QString &file : cluster.replicaFiles(Reader(open(source))->blocks[1]->blockId))
-        ASSERT_TRUE(QFile::remove(file));
+    const QList<QString> lost = cluster.replicaFiles(Reader(open(source))->blocks[2]->blockId);
+    OnceReceived vanish(kMiB + kMiB / 2, [&] {
+        cluster.dfs({"-rm", source});
+        for (const QString &file : lost)
+            QFile::remove(file);
+    });
     EXPECT_EQ(7, copyHdfsFile(connection.get(), source, directory() + "/copy"));
     EXPECT_TRUE(logged("Error-read in copy HDFS."));
+    EXPECT_TRUE(vanish.isDone());
     EXPECT_TRUE(info(directory() + "/copy") == nullptr);
-    cluster.dfs({"-rm", source});
 }
