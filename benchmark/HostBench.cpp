@@ -1,11 +1,11 @@
 // A host that loads the plug-in and measures one kind of work through its interface. Prints one line for each run:
-// WALL CPU [EXTRA...], seconds. Ends with 1 when any of the work fails.
+// WALL CPU [EXTRA...], seconds; the memory measurements print bytes. Ends with 1 when any of the work fails.
 #include "benchmark/Clock.h"
-#include "plugin/QuorHDFSPluginInterface.h"
+#include "benchmark/Host.h"
+#include "benchmark/HostWrites.h"
 #include "rpc/HdfsFileStatus.h"
 
 #include <QtCore/QCoreApplication>
-#include <QtCore/QPluginLoader>
 
 #include <algorithm>
 #include <cstdio>
@@ -17,45 +17,11 @@
 
 namespace {
 
-const std::uint32_t kFirstReadError = 0xFFFFFFFEu;
-
 std::size_t heapBytes()
 {
     const struct mallinfo2 info = ::mallinfo2();
     return info.uordblks + info.hblkhd;
 }
-
-class Host
-{
-public:
-    explicit Host(const char *library)
-    {
-        QPluginLoader loader(QString::fromLocal8Bit(library));
-        hdfs = qobject_cast<QuorHDFSPluginInterface *>(loader.instance());
-        if (!hdfs || hdfs->initialize() != 0 || !(connection = hdfs->connect())) {
-            std::fprintf(stderr, "host_bench: no connection: %s\n", qPrintable(loader.errorString()));
-            std::exit(1);
-        }
-    }
-    ~Host() { hdfs->deleteConnection(connection); }
-
-    HdfsFileReader *open(const char *path)
-    {
-        HdfsFileReader *reader = hdfs->openReader(connection, path);
-        if (!reader)
-            fail("open");
-        return reader;
-    }
-
-    static void fail(const char *what)
-    {
-        std::fprintf(stderr, "host_bench: %s failed\n", what);
-        std::exit(1);
-    }
-
-    QuorHDFSPluginInterface *hdfs = nullptr;
-    NameNodeConnection *connection = nullptr;
-};
 
 /// The whole file in calls of `callSize` bytes.
 void read(Host &host, const char *path, std::uint32_t callSize, int runs)
@@ -144,15 +110,34 @@ void open(Host &host, const char *path)
     host.hdfs->deleteReader(reader);
 }
 
+/// PATH SIZE REPLICATION BLOCKSIZE
+FileToWrite fileToWrite(char **arguments)
+{
+    return {arguments[0], std::strtoull(arguments[1], nullptr, 10), static_cast<quint16>(std::atoi(arguments[2])),
+            static_cast<std::uint32_t>(std::strtoul(arguments[3], nullptr, 10))};
+}
+
+/// What stands behind them.
+std::uint32_t callSize(char **arguments)
+{
+    return static_cast<std::uint32_t>(std::strtoul(arguments[4], nullptr, 10));
+}
+
 } // namespace
 
 int main(int argc, char **argv)
 {
     QCoreApplication application(argc, argv);
     if (argc < 4) {
-        std::fputs("usage: host_bench LIBRARY read PATH CALLSIZE RUNS | random PATH COUNT RUNS | list PATH RUNS |\n"
-                   "                          stat PATH COUNT RUNS | open PATH\n",
-                   stderr);
+        std::fputs(
+            "usage: host_bench LIBRARY read PATH CALLSIZE RUNS | random PATH COUNT RUNS | list PATH RUNS |\n"
+            "                          stat PATH COUNT RUNS | open PATH |\n"
+            "                          write PATH SIZE REPLICATION BLOCKSIZE CALLSIZE | small DIRECTORY COUNT |\n"
+            "                          copy SOURCE TARGET |\n"
+            "                          write-memory PATH SIZE REPLICATION BLOCKSIZE CALLSIZE |\n"
+            "                          copy-memory SOURCE TARGET\n"
+            "write, small and copy do one run for each line on standard input.\n",
+            stderr);
         return 2;
     }
     Host host(argv[1]);
@@ -170,6 +155,16 @@ int main(int argc, char **argv)
         stat(host, path, first, second);
     else if (what == "open")
         open(host, path);
+    else if (what == "write" && argc == 8)
+        writeInTurns(host, fileToWrite(argv + 3), callSize(argv + 3));
+    else if (what == "small" && argc == 5)
+        writeSmallFilesInTurns(host, path, first);
+    else if (what == "copy" && argc == 5)
+        copyInTurns(host, path, argv[4]);
+    else if (what == "write-memory" && argc == 8)
+        growthOfWrite(host, fileToWrite(argv + 3), callSize(argv + 3));
+    else if (what == "copy-memory" && argc == 5)
+        growthOfCopy(host, path, argv[4]);
     else
         return 2;
     return 0;

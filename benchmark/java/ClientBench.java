@@ -1,4 +1,7 @@
-// The cluster's official client, doing what HostBench does. Prints WALL CPU, seconds, for each run.
+// The cluster's official client, doing what HostBench does. Prints WALL CPU, seconds, for each run. "write" and "small" do one
+// run for each line on standard input.
+import java.io.BufferedReader;
+import java.io.InputStreamReader;
 import java.lang.management.ManagementFactory;
 import java.net.URI;
 import java.util.Arrays;
@@ -9,6 +12,7 @@ import java.util.concurrent.TimeUnit;
 
 import org.apache.hadoop.conf.Configuration;
 import org.apache.hadoop.fs.FSDataInputStream;
+import org.apache.hadoop.fs.FSDataOutputStream;
 import org.apache.hadoop.fs.FileStatus;
 import org.apache.hadoop.fs.FileSystem;
 import org.apache.hadoop.fs.Path;
@@ -30,6 +34,59 @@ public final class ClientBench {
             System.out.printf("%.6f %.6f%n", (System.nanoTime() - start) / 1e9,
                               (SYSTEM.getProcessCpuTime() - cpu) / 1e9);
         }
+    }
+
+    /** One run of the work for each line that comes in; tidying up is not measured. */
+    private static void inTurns(Work work, Work tidyUp) throws Exception {
+        BufferedReader lines = new BufferedReader(new InputStreamReader(System.in));
+        while (lines.readLine() != null) {
+            long cpu = SYSTEM.getProcessCpuTime();
+            long start = System.nanoTime();
+            work.run();
+            double wall = (System.nanoTime() - start) / 1e9;
+            double used = (SYSTEM.getProcessCpuTime() - cpu) / 1e9;
+            // A replica that a DataNode reports only when its file is deleted already may stay on its disk.
+            Thread.sleep(500);
+            tidyUp.run();
+            System.out.printf("%.6f %.6f%n", wall, used);
+            System.out.flush();
+        }
+    }
+
+    private static byte[] noise(int size) {
+        byte[] bytes = new byte[size];
+        new Random(1).nextBytes(bytes);
+        return bytes;
+    }
+
+    private static void write(FileSystem fs, Path path, long size, short replication, long blockSize, byte[] call)
+            throws Exception {
+        try (FSDataOutputStream out = fs.create(path, true, 4096, replication, blockSize)) {
+            for (long left = size; left > 0;) {
+                int count = (int) Math.min(left, call.length);
+                out.write(call, 0, count);
+                left -= count;
+            }
+        }
+    }
+
+    private static void writeInTurns(FileSystem fs, Path path, long size, short replication, long blockSize, int callSize)
+            throws Exception {
+        byte[] call = noise(callSize);
+        inTurns(() -> write(fs, path, size, replication, blockSize, call), () -> fs.delete(path, true));
+    }
+
+    private static void writeSmallFilesInTurns(FileSystem fs, Path directory, int count) throws Exception {
+        byte[] call = noise(4096);
+        fs.mkdirs(directory);
+        inTurns(() -> {
+            for (int i = 0; i < count; ++i) {
+                write(fs, new Path(directory, "small-" + i), call.length, (short) 1, call.length * 256, call);
+            }
+        }, () -> {
+            fs.delete(directory, true);
+            fs.mkdirs(directory);
+        });
     }
 
     private static void read(FileSystem fs, Path path, int callSize, int runs) throws Exception {
@@ -107,6 +164,11 @@ public final class ClientBench {
         URI nameNode = URI.create("hdfs://" + arguments[0]);
         Path path = new Path(arguments[2]);
         FileSystem fs = FileSystem.get(nameNode, new Configuration());
+        if (arguments[1].equals("write")) {
+            writeInTurns(fs, path, Long.parseLong(arguments[3]), Short.parseShort(arguments[4]),
+                         Long.parseLong(arguments[5]), Integer.parseInt(arguments[6]));
+            return;
+        }
         int first = Integer.parseInt(arguments[3]);
         int second = arguments.length > 4 ? Integer.parseInt(arguments[4]) : 1;
         switch (arguments[1]) {
@@ -121,6 +183,9 @@ public final class ClientBench {
             break;
         case "stat":
             stat(fs, path, first, second);
+            break;
+        case "small":
+            writeSmallFilesInTurns(fs, path, first);
             break;
         case "fill":
             fill(nameNode, path, first);
