@@ -234,21 +234,27 @@ TEST_F(RealWriteFaults, DataNodeFurtherDownThatDiesCostsAnotherAttemptToo)
 TEST_F(RealWriteFaults, StoppedDataNodeHoldsTheWriteUpUntilItGoesOn)
 {
     const QByteArray bytes = patternFileBytes(0, static_cast<int>(kLength));
-    const Writer writer = create("file", 3);
-    ASSERT_TRUE(writer != nullptr);
-    std::unique_ptr<LaterContinue> later;
-    {
-        OnceAnswered pause(*connection, kInTheMiddle, [&] {
-            const QByteArray node = connectedNode();
-            cluster.pause(node);
-            later.reset(new LaterContinue(cluster, node, 1000));
-        });
-        ASSERT_EQ(0, writer->close(bytes.constData(), kLength - 1));
-        EXPECT_TRUE(pause.isDone());
+    const OpenDescriptors descriptors;
+    for (const std::int64_t answered : {kInTheMiddle, kNearTheEnd}) {
+        SCOPED_TRACE(answered);
+        const QByteArray name = QByteArray::number(qint64(answered));
+        const Writer writer = create(name, 3);
+        ASSERT_TRUE(writer != nullptr);
+        std::unique_ptr<LaterContinue> later;
+        {
+            OnceAnswered pause(*connection, answered, [&] {
+                const QByteArray node = connectedNode();
+                cluster.pause(node);
+                later.reset(new LaterContinue(cluster, node, 1000));
+            });
+            ASSERT_EQ(0, writer->close(bytes.constData(), kLength - 1));
+            EXPECT_TRUE(pause.isDone());
+        }
+        later.reset();
+        EXPECT_TRUE(cluster.holdsPattern(directory() + "/" + name, kLength - 1));
     }
-    later.reset();
+    EXPECT_EQ(0, descriptors.opened());
     EXPECT_TRUE(log.holds({}));
-    EXPECT_TRUE(cluster.holdsPattern(directory() + "/file", kLength - 1));
     EXPECT_TRUE(cluster.isHealthy(directory()));
 }
 
