@@ -57,7 +57,8 @@ def measure_copy(cluster, table, quick):
         large = cluster.large_file(quick, replication)
         with cluster.kept_in_memory(large), \
                 cluster.runs(cluster.host_command("copy", large, "/copied")) as copy, \
-                cluster.runs(cluster.host_command("write", "/written", large_size(quick), replication, block, block)) as write:
+                cluster.runs(cluster.host_command("write", "/written", large_size(quick), replication, block,
+                                                  block)) as write:
             copies, writes, reads = in_turns(2 if quick else 3, warmed_up(copy, WARM_UP), warmed_up(write, WARM_UP),
                                              lambda: cluster.host("read", large, block, 2)[1:])
         table.add(f"copy, replication {replication}: time / our read + our write of the same",

@@ -20,6 +20,8 @@ const std::size_t kFirstReceiveSize = 180;
 const std::size_t kShortestAnswer = 164;
 /// Where the blank line behind the head is searched for; no head with data ends before.
 const std::size_t kBlankLineSearchStart = 150;
+/// A body comes in many small pieces; waking up for each would cost more than taking it.
+const std::uint32_t kBodyLowWater = 256 * 1024;
 const std::size_t kStatusCodeOffset = 9; ///< behind "HTTP/1.1 "
 const char kStatusOk[] = "200";
 const char kBlankLine[] = "\r\n\r\n";
@@ -90,7 +92,10 @@ Step exchange(TcpSocket *socket, const QByteArray &request, std::uint32_t wanted
     // A DataNode may send more than it was asked for.
     const std::uint32_t early = std::min(static_cast<std::uint32_t>(size - body), wanted);
     std::memcpy(output, answer + body, early);
-    return socket->receiveExactly(output + early, wanted - early) == 0 ? NoFailure : ReceiveBody;
+    platform::setReceiveLowWater(socket->handle, kBodyLowWater);
+    const int failed = socket->receiveExactly(output + early, wanted - early);
+    platform::setReceiveLowWater(socket->handle, 1);
+    return failed == 0 ? NoFailure : ReceiveBody;
 }
 
 DataNodeLocation *nextLocation(const LocatedBlock &block, const DataNodeLocation *node)

@@ -35,6 +35,10 @@ void closeSocket(SocketHandle handle);
 /// Sets TCP_NODELAY.
 void setNoDelay(SocketHandle handle);
 
+/// Lets a blocking receive wait until `bytes` are there (SO_RCVLOWAT), or as many as it asks for when those are fewer:
+/// a long one is woken less often. 1 is the usual state. Does nothing where there is no such thing.
+void setReceiveLowWater(SocketHandle handle, std::uint32_t bytes);
+
 /// Asks Windows for its short way through the loopback interface (SIO_LOOPBACK_FAST_PATH); does nothing
 /// where there is no such thing. The outcome does not matter.
 void requestLoopbackFastPath(SocketHandle handle);

@@ -101,6 +101,12 @@ void setNoDelay(SocketHandle handle)
     ::setsockopt(descriptor(handle), IPPROTO_TCP, TCP_NODELAY, &on, sizeof on);
 }
 
+void setReceiveLowWater(SocketHandle handle, std::uint32_t bytes)
+{
+    const int mark = static_cast<int>(bytes);
+    ::setsockopt(descriptor(handle), SOL_SOCKET, SO_RCVLOWAT, &mark, sizeof mark);
+}
+
 void requestLoopbackFastPath(SocketHandle) {}
 
 int pendingError(SocketHandle handle)

@@ -223,6 +223,27 @@ TEST_F(Sockets, ScatteredReceiveFillsTheFirstPlaceBeforeTheSecond)
     EXPECT_EQ(-1, platform::receiveScattered(platform::kInvalidSocket, first, 4, second, 10, 1));
 }
 
+TEST_F(Sockets, ReceiveWithALowWaterMarkWaitsForThatMuchOrForTheEnd)
+{
+    m_peer.addScript([](ScriptedConnection &connection) {
+        connection.receive(1);
+        for (const char *piece : {"abc", "def", "ghi", "jkl"}) {
+            connection.send(piece);
+            connection.pause(20);
+        }
+    });
+    connectToPeer();
+    platform::setReceiveLowWater(m_handle, 6);
+    char buffer[100];
+    platform::sendOnce(m_handle, "x", 1);
+    const std::int64_t first = platform::receiveOnce(m_handle, buffer, 9);
+    EXPECT_GE(first, 6);
+    // It never waits for more than is asked for, nor behind the end.
+    EXPECT_EQ(2, platform::receiveOnce(m_handle, buffer, 2));
+    EXPECT_EQ(10 - first, platform::receiveOnce(m_handle, buffer, sizeof buffer));
+    EXPECT_EQ(0, platform::receiveOnce(m_handle, buffer, sizeof buffer));
+}
+
 TEST_F(Sockets, SwitchNagleOff)
 {
     int on = -1;

@@ -1,5 +1,5 @@
-// The cluster's official client, doing what HostBench does. Prints WALL CPU, seconds, for each run. "write" and "small" do one
-// run for each line on standard input.
+// The cluster's official client, doing what HostBench does. Prints WALL CPU, seconds, for each run. "write" and "small" do
+// one run for each line on standard input.
 import java.io.BufferedReader;
 import java.io.InputStreamReader;
 import java.lang.management.ManagementFactory;
