@@ -309,10 +309,23 @@ TEST_P(Torture, AnAnswerInPiecesOrWithPausesAtEachByteIsTakenWhole)
     EXPECT_TRUE(log.holds({}));
 }
 
-TEST_P(Torture, ALieInAnyByteOfTheAnswerEndsInADocumentedResult)
+class Lies : public Torture
 {
-    if (exchange().answers.size() > 1)
-        return SUCCEED() << "a wrong length would leave both sides waiting; one page says the same";
+};
+
+/// With several answers a wrong length in one would leave both sides waiting for the other.
+std::vector<Exchange> exchangesOfOneAnswer()
+{
+    std::vector<Exchange> chosen;
+    for (const Exchange &exchange : exchanges()) {
+        if (exchange.answers.size() == 1)
+            chosen.push_back(exchange);
+    }
+    return chosen;
+}
+
+TEST_P(Lies, ALieInAnyByteOfTheAnswerEndsInADocumentedResult)
+{
     std::string answer, request;
     runUndisturbed(&answer, &request);
     OpenDescriptors descriptors;
@@ -438,5 +451,6 @@ std::string exchangeName(const ::testing::TestParamInfo<Exchange> &info)
 }
 
 INSTANTIATE_TEST_SUITE_P(Operations, Torture, ::testing::ValuesIn(exchanges()), exchangeName);
+INSTANTIATE_TEST_SUITE_P(Operations, Lies, ::testing::ValuesIn(exchangesOfOneAnswer()), exchangeName);
 
 } // namespace
