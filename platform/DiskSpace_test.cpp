@@ -1,0 +1,42 @@
+#include "platform/DiskSpace.h"
+
+#include <QtCore/QDir>
+#include <QtCore/QTemporaryDir>
+
+#include <gtest/gtest.h>
+
+#include <sys/statvfs.h>
+
+namespace {
+
+TEST(DiskSpace, IsThatOfTheFileSystemWithThePath)
+{
+    struct statvfs root;
+    ASSERT_EQ(0, ::statvfs("/", &root));
+    quint64 capacity = 0;
+    quint64 available = ~quint64(0);
+    ASSERT_TRUE(platform::diskSpace(QLatin1String("/"), &capacity, &available));
+    EXPECT_EQ(static_cast<quint64>(root.f_blocks) * root.f_frsize, capacity);
+    EXPECT_LE(available, capacity);
+}
+
+TEST(DiskSpace, TakesAPathWithOtherThanAsciiCharacters)
+{
+    const QTemporaryDir directory(QDir::tempPath() + QString::fromUtf8("/\xc3\xbc\xe6\xb1\x89-XXXXXX"));
+    ASSERT_TRUE(directory.isValid());
+    quint64 capacity = 0;
+    quint64 available = 0;
+    EXPECT_TRUE(platform::diskSpace(directory.path(), &capacity, &available));
+    EXPECT_LT(0u, capacity);
+}
+
+TEST(DiskSpace, LeavesTheValuesAloneForAPathThatIsNotThere)
+{
+    quint64 capacity = 47;
+    quint64 available = 11;
+    EXPECT_FALSE(platform::diskSpace(QLatin1String("/no/such/directory"), &capacity, &available));
+    EXPECT_EQ(47u, capacity);
+    EXPECT_EQ(11u, available);
+}
+
+} // namespace
