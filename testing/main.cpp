@@ -1,8 +1,9 @@
 // Runs a test executable: with an application object, away from the user's own settings, and with an alarm that ends
 // a test that hangs.
+#include "testing/Application.h"
+
 #include <gtest/gtest.h>
 
-#include <QtCore/QCoreApplication>
 #include <QtCore/QTemporaryDir>
 
 #include <csignal>
@@ -45,7 +46,10 @@ int main(int argc, char **argv)
     // One heap for all threads: a scripted peer's own would look like memory that the product took.
     ::mallopt(M_ARENA_MAX, 1);
     ::testing::InitGoogleTest(&argc, argv);
-    QCoreApplication application(argc, argv);
+    // Listing the tests needs no display.
+    std::unique_ptr<QCoreApplication> application;
+    if (!GTEST_FLAG_GET(list_tests))
+        application = makeTestApplication(argc, argv);
     QTemporaryDir configuration;
     qputenv("XDG_CONFIG_HOME", configuration.path().toLocal8Bit());
     std::signal(SIGALRM, reportHang);
