@@ -1,6 +1,7 @@
 // Opening a file and what a reader makes of the block list that it gets.
 #include "io/HdfsFileReader.h"
 
+#include "testing/HeapInUse.h"
 #include "testing/LogCapture.h"
 #include "testing/OpenDescriptors.h"
 #include "testing/ScriptedFile.h"
@@ -12,7 +13,6 @@
 #include <cstdlib>
 #include <cstring>
 #include <limits>
-#include <malloc.h>
 
 using namespace hadoop::oracle;
 
@@ -539,11 +539,11 @@ TEST_F(Reader, ListOfAHundredThousandBlocksComesInOneCallAndStaysUnderSixtyMebib
     EXPECT_EQ(1u, file.nameNode.calls().size());
 
     const std::size_t kHeapOverhead = sizeof(std::size_t); // of each allocation
-    std::size_t taken = ::malloc_usable_size(reader->blocks) + kHeapOverhead;
+    std::size_t taken = usableSize(reader->blocks) + kHeapOverhead;
     for (std::int32_t i = 0; i <= kBlocks; ++i) {
-        taken += ::malloc_usable_size(reader->blocks[i]) + kHeapOverhead;
+        taken += usableSize(reader->blocks[i]) + kHeapOverhead;
         for (DataNodeLocation *location = reader->blocks[i]->firstLocation; location; location = location->next)
-            taken += ::malloc_usable_size(location) + kHeapOverhead;
+            taken += usableSize(location) + kHeapOverhead;
     }
     EXPECT_LT(taken, 60u << 20) << taken / kBlocks << " bytes for each block";
     EXPECT_LT(file.connection.responseBuffer.capacity(), 64 * 1024) << "the response itself is given back";

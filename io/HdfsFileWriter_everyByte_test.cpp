@@ -1,6 +1,7 @@
 // Files with everything that can happen to them: allocations, connections at each of their bytes, system calls.
 #include "io/HdfsFileWriter.h"
 
+#include "platform/Sockets.h"
 #include "testing/FakeTime.h"
 #include "testing/LogCapture.h"
 #include "testing/OpenDescriptors.h"
@@ -11,7 +12,6 @@
 #include <gtest/gtest.h>
 
 #include <cerrno>
-#include <netdb.h>
 
 using namespace hadoop::oracle;
 

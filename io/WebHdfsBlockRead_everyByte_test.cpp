@@ -1,6 +1,7 @@
 // Every byte of an answer through WebHDFS, and every system call, gone wrong.
 #include "io/WebHdfsBlockRead.h"
 
+#include "platform/Sockets.h"
 #include "testing/LogCapture.h"
 #include "testing/OpenDescriptors.h"
 #include "testing/ScriptedWebFile.h"
@@ -11,7 +12,6 @@
 #include <atomic>
 #include <cerrno>
 #include <chrono>
-#include <netdb.h>
 #include <thread>
 
 namespace {

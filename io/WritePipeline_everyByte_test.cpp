@@ -2,6 +2,7 @@
 // calls.
 #include "io/WritePipeline.h"
 
+#include "platform/Sockets.h"
 #include "testing/LogCapture.h"
 #include "testing/OpenDescriptors.h"
 #include "testing/ScriptedDataNode.h"
@@ -14,7 +15,6 @@
 #include <atomic>
 #include <cerrno>
 #include <chrono>
-#include <netdb.h>
 #include <thread>
 
 using namespace hadoop::oracle;

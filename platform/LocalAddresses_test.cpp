@@ -5,9 +5,8 @@
 #include <gtest/gtest.h>
 
 #include <algorithm>
-#include <arpa/inet.h>
 #include <cerrno>
-#include <netdb.h>
+#include <cstdio>
 
 namespace {
 
@@ -17,8 +16,10 @@ TEST(LocalAddresses, HoldTheLoopbackAddressAndOnlyIPv4)
     ASSERT_EQ(0, platform::localIPv4Addresses(&addresses));
     EXPECT_EQ(1, std::count(addresses.begin(), addresses.end(), "127.0.0.1"));
     for (const std::string &address : addresses) {
-        in_addr parsed;
-        EXPECT_EQ(1, ::inet_pton(AF_INET, address.c_str(), &parsed)) << address;
+        unsigned part[4];
+        char behind;
+        EXPECT_EQ(4, std::sscanf(address.c_str(), "%3u.%3u.%3u.%3u%c", part, part + 1, part + 2, part + 3, &behind))
+            << address;
     }
 }
 
@@ -45,7 +46,7 @@ TEST(LocalAddresses, LeaveOutOneThatHasNoText)
     std::vector<std::string> all;
     ASSERT_EQ(0, platform::localIPv4Addresses(&all));
     SystemCallFaults faults;
-    faults.fail(SystemCall::NumericName, 0, EAI_FAIL);
+    faults.fail(SystemCall::NumericName, 0, 1);
     std::vector<std::string> addresses;
     ASSERT_EQ(0, platform::localIPv4Addresses(&addresses));
     EXPECT_EQ(std::vector<std::string>(all.begin() + 1, all.end()), addresses);

@@ -21,10 +21,15 @@
         return guard;                                                                                                  \
     }
 
+// A pixmap of a HICON.
+#define QUOR_PIXMAP_FROM_WIN_HICON(icon) QPixmap::fromWinHICON(icon)
+
 #else
 
 // moc writes the same function from Q_PLUGIN_METADATA.
 #define QUOR_PLUGIN_INSTANCE(ClassName)
+
+#define QUOR_PIXMAP_FROM_WIN_HICON(icon) qt_pixmapFromWinHICON(icon)
 
 #endif
 

@@ -4,9 +4,6 @@
 
 #include <gtest/gtest.h>
 
-#include <QtCore/QDir>
-#include <QtCore/QTemporaryDir>
-
 namespace {
 
 std::string storedText(const QString &name, const QString &defaultValue = QString())
@@ -14,15 +11,14 @@ std::string storedText(const QString &name, const QString &defaultValue = QStrin
     return platform::settingText(*platform::openConnectionSettings(), name, defaultValue).toStdString();
 }
 
-TEST(Settings, LiveInTheConfigurationDirectory)
+TEST(Settings, AreWhatAProgramHasWritten)
 {
     TemporarySettings settings;
-    EXPECT_EQ(settings.fileName(), platform::openConnectionSettings()->fileName());
     settings.set("hdfs", "namenode");
     EXPECT_EQ("namenode", storedText("hdfs"));
 }
 
-TEST(Settings, FollowTheEnvironmentEachTimeTheyAreOpened)
+TEST(Settings, AreLookedForEachTimeTheyAreOpened)
 {
     TemporarySettings outer;
     outer.set("hdfs", "outer");
@@ -32,36 +28,6 @@ TEST(Settings, FollowTheEnvironmentEachTimeTheyAreOpened)
         EXPECT_EQ("inner", storedText("hdfs"));
     }
     EXPECT_EQ("outer", storedText("hdfs"));
-}
-
-TEST(Settings, LiveUnderTheHomeDirectoryWithoutAConfigurationDirectory)
-{
-    QTemporaryDir home;
-    TemporaryEnvironment homeDirectory("HOME", home.path().toLocal8Bit().constData());
-    for (const char *value : {static_cast<const char *>(nullptr), "", "not/absolute"}) {
-        TemporaryEnvironment configuration("XDG_CONFIG_HOME", value);
-        EXPECT_EQ(home.path() + "/.config/Quor.ini", platform::openConnectionSettings()->fileName());
-    }
-}
-
-TEST(Settings, GiveTheDefaultForAMissingValueAndNotForAnEmptyOne)
-{
-    TemporarySettings settings;
-    EXPECT_EQ("", storedText("hdfs"));
-    EXPECT_EQ("0", storedText("webhdfs", "0"));
-    settings.writeFile("[General]\nwebhdfs=\n");
-    EXPECT_EQ("", storedText("webhdfs", "0"));
-}
-
-TEST(Settings, KeepCommasOfAHandWrittenValue)
-{
-    TemporarySettings settings;
-    settings.writeFile("[General]\nhdfs=first:9000,second:9001|1|someone\n");
-    EXPECT_EQ("first:9000,second:9001|1|someone", storedText("hdfs"));
-    settings.writeFile("[General]\nhdfs=\"first,second\"\n");
-    EXPECT_EQ("first,second", storedText("hdfs"));
-    settings.writeFile("[General]\nhdfs=a,,b,\n");
-    EXPECT_EQ("a,,b,", storedText("hdfs"));
 }
 
 TEST(Settings, KeepEveryCharacter)
@@ -76,22 +42,34 @@ TEST(Settings, KeepEveryCharacter)
     }
 }
 
-TEST(Settings, AreReadInUtf8)
+TEST(Settings, GiveTheDefaultForAMissingValueAndNotForAnEmptyOne)
 {
     TemporarySettings settings;
-    settings.writeFile("[General]\nhdfs=host|0|J\xc3\xbcrgen\n");
-    EXPECT_EQ("host|0|J\xc3\xbcrgen", storedText("hdfs"));
+    EXPECT_EQ("", storedText("hdfs"));
+    EXPECT_EQ("0", storedText("webhdfs", "0"));
+    settings.writeByHand("webhdfs", "");
+    EXPECT_EQ("", storedText("webhdfs", "0"));
 }
 
-TEST(Settings, ThatCannotBeWrittenKeepSilent)
+TEST(Settings, KeepCommasOfAHandWrittenValue)
 {
-    TemporaryEnvironment configuration("XDG_CONFIG_HOME", "/dev/null");
-    {
-        const std::unique_ptr<QSettings> settings = platform::openConnectionSettings();
-        settings->setValue("hdfs", "namenode");
-        EXPECT_EQ("namenode", platform::settingText(*settings, "hdfs").toStdString());
+    TemporarySettings settings;
+    for (const char *value : {"first:9000,second:9001|1|someone", "a,,b,", "first,second"}) {
+        settings.writeByHand("hdfs", value);
+        EXPECT_EQ(value, storedText("hdfs"));
     }
-    EXPECT_EQ("", storedText("hdfs"));
+}
+
+TEST(Settings, ThatCannotBeWrittenStayAsTheyAre)
+{
+    TemporarySettings settings;
+    settings.set("hdfs", "before");
+    const QByteArray before = settings.content();
+    {
+        const UnwritableSettings unwritable;
+        platform::openConnectionSettings()->setValue("hdfs", "after");
+    }
+    EXPECT_EQ(before, settings.content());
 }
 
 } // namespace

@@ -2,6 +2,7 @@
 // fragments or lies at each byte of the exchange, and with each system call failing in its turn.
 #include "rpc/ClientProtocol.h"
 
+#include "platform/Sockets.h"
 #include "testing/LogCapture.h"
 #include "testing/MemoryWatch.h"
 #include "testing/NamespaceMessages.h"
@@ -16,7 +17,6 @@
 #include <cerrno>
 #include <functional>
 #include <memory>
-#include <netdb.h>
 #include <thread>
 
 namespace oracle = hadoop::oracle;

@@ -1,25 +1,16 @@
 #include "rpc/FileStatusDecoder.h"
 
+#include "rpc/FileStatusRecord.h"
 #include "rpc/MemoryStream.h"
 #include "rpc/PbText.h"
 
 #include "HdfsMessages.pb.h"
 
 #include <cstdlib>
-#include <cstring>
 
 namespace {
 
 const std::uint32_t kFileTypeDirectory = 1; ///< HdfsFileStatusProto.FileType IS_DIR
-
-ByteString copyText(char **position, const ByteString &text)
-{
-    const ByteString copy = {*position, text.size};
-    std::memcpy(*position, text.data, text.size);
-    (*position)[text.size] = '\0';
-    *position += text.size + 1;
-    return copy;
-}
 
 /// What a record keeps of an `HdfsFileStatusProto`.
 struct StatusFields {
@@ -147,20 +138,6 @@ bool decodeStatusFields(pb_istream_t *stream, StatusFields *status)
     return true;
 }
 
-HdfsFileStatus *newRecord(const ByteString &path, const ByteString &owner, const ByteString &group)
-{
-    void *block = std::malloc(sizeof(HdfsFileStatus) + path.size + owner.size + group.size + 3);
-    if (!block)
-        return nullptr;
-    HdfsFileStatus *record = static_cast<HdfsFileStatus *>(block);
-    char *texts = static_cast<char *>(block) + sizeof(HdfsFileStatus);
-    record->path = copyText(&texts, path);
-    record->owner = copyText(&texts, owner);
-    record->group = copyText(&texts, group);
-    record->next = nullptr;
-    return record;
-}
-
 } // namespace
 
 bool appendFileStatus(pb_istream_t *stream, FileStatusList *list)
@@ -168,7 +145,7 @@ bool appendFileStatus(pb_istream_t *stream, FileStatusList *list)
     StatusFields status;
     if (!decodeStatusFields(stream, &status))
         return false;
-    HdfsFileStatus *record = newRecord(status.path, status.owner, status.group);
+    HdfsFileStatus *record = newFileStatusRecord(status.path, status.owner, status.group);
     if (!record)
         PB_RETURN_ERROR(stream, "out of memory");
     const bool isDirectory = status.fileType == kFileTypeDirectory;

@@ -1,11 +1,12 @@
 #include "rpc/HostLog.h"
 
+#include "platform/Sockets.h"
 #include "testing/LogCapture.h"
+#include "testing/SystemCallFaults.h"
 
 #include <gtest/gtest.h>
 
 #include <cerrno>
-#include <cstring>
 
 namespace {
 
@@ -31,10 +32,19 @@ TEST(HostLog, ShowsAMissingCodecTextAsNone)
 TEST(HostLog, ReportsASocketErrorWithItsNumberAndTheSystemsText)
 {
     LogCapture log;
-    logSocketError(kSocketErrorFormat, ECONNREFUSED);
-    logSocketError("Warning HDFS: socket error: %1\n  %2", 0);
-    EXPECT_TRUE(log.holds({"Error at socket(): 111\n  Connection refused",
-                           std::string("Warning HDFS: socket error: 0\n  ") + std::strerror(0)}));
+    const int refused = systemError(ECONNREFUSED);
+    const std::string number = std::to_string(refused);
+    logSocketError(kSocketErrorFormat, refused);
+    logSocketError("Warning HDFS: socket error: %1\n  %2", refused);
+    EXPECT_TRUE(log.holds({"Error at socket(): " + number + "\n  " + platform::socketErrorText(refused),
+                           "Warning HDFS: socket error: " + number + "\n  " + platform::socketErrorText(refused)}));
+}
+
+TEST(HostLog, LeavesTheTextOfNoErrorToTheSystem)
+{
+    LogCapture log;
+    logSocketError(kSocketErrorFormat, 0);
+    EXPECT_TRUE(log.holds({"Error at socket(): 0\n  " + platform::socketErrorText(0)}));
 }
 
 } // namespace

@@ -166,6 +166,13 @@ std::int32_t NameNodeConnection::disconnect()
     return 0;
 }
 
+bool NameNodeConnection::isReadyForACall()
+{
+    char unasked;
+    return nameNodeSocket.isAlive() && !m_responses.holdsBytes() &&
+           platform::receiveWithin(nameNodeSocket.handle, &unasked, 1, 0) == platform::kTimedOut;
+}
+
 unsigned char *NameNodeConnection::writeRpcRequestHeader(unsigned char *out)
 {
     RpcRequestHeaderProto header = RpcRequestHeaderProto_init_default;

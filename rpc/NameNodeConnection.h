@@ -40,6 +40,10 @@ public:
     /// Closes both sockets and forgets the client identifier. Always 0; nothing to do is fine.
     std::int32_t disconnect();
 
+    /// Whether a call made now would find the NameNode at the other end: false when not connected, when it has closed
+    /// the connection, or when something has arrived that no call asked for. Does not wait; may forget a dead socket.
+    bool isReadyForACall();
+
     /// Writes a length-delimited `RpcRequestHeaderProto` with the next call id at `out`, which has room for
     /// 1 + kIpcHeaderLimit bytes. Returns the position behind it, or null after logging "Encoding failed: %1".
     unsigned char *writeRpcRequestHeader(unsigned char *out);

@@ -366,6 +366,58 @@ TEST_F(NameNodeConnectionTest, NoticesBeforeACallThatItWasReset)
     descriptors.closeOpened();
 }
 
+TEST_F(NameNodeConnectionTest, IsReadyForACallOnlyWhileConnected)
+{
+    EXPECT_FALSE(connection.isReadyForACall());
+    answerTrue();
+    ASSERT_EQ(0, connect());
+    EXPECT_TRUE(connection.isReadyForACall());
+    EXPECT_TRUE(connection.isReadyForACall());
+    EXPECT_EQ(0, call());
+    EXPECT_TRUE(connection.isReadyForACall());
+    connection.disconnect();
+    EXPECT_FALSE(connection.isReadyForACall());
+    EXPECT_TRUE(log.holds({}));
+}
+
+TEST_F(NameNodeConnectionTest, IsNotReadyForACallOnceTheNameNodeHasClosedOrResetTheConnection)
+{
+    for (const bool resets : {false, true}) {
+        SCOPED_TRACE(resets);
+        nameNode.forget("delete");
+        nameNode.respond("delete", [resets](ScriptedConnection &peer, const NameNodeCall &received) {
+            hadoop::oracle::DeleteResponseProto response;
+            response.set_result(true);
+            peer.send(ScriptedNameNode::frame(received, response));
+            if (resets)
+                peer.reset();
+            peer.closeAtOnce();
+        });
+        NameNodeConnection ended;
+        ASSERT_EQ(0, ended.connect("127.0.0.1", static_cast<std::uint32_t>(nameNode.port()), "tester", 0, false, false,
+                                   10000, 10000));
+        EXPECT_EQ(0, ClientProtocol::delete_(&ended, "/x", false));
+        nameNode.peer().waitUntilOver(resets ? 2 : 1);
+        EXPECT_FALSE(ended.isReadyForACall());
+    }
+    EXPECT_TRUE(log.holds({}));
+}
+
+TEST_F(NameNodeConnectionTest, IsNotReadyForACallWhenSomethingHasArrivedThatNobodyAskedFor)
+{
+    nameNode.respond("delete", [](ScriptedConnection &peer, const NameNodeCall &received) {
+        hadoop::oracle::DeleteResponseProto response;
+        response.set_result(true);
+        peer.send(ScriptedNameNode::frame(received, response) + "!");
+    });
+    ASSERT_EQ(0, connect());
+    EXPECT_EQ(0, call());
+    // The byte comes with the answer or soon after it; the alarm of the tests ends this if it does not.
+    while (connection.isReadyForACall()) {
+    }
+    EXPECT_TRUE(log.holds({}));
+}
+
 TEST_F(NameNodeConnectionTest, TwoAtOnceDoNotMix)
 {
     hadoop::oracle::DeleteResponseProto yes, no;

@@ -15,6 +15,9 @@ public:
     /// 0 = exactly `length` bytes received, 1 = failed.
     int receiveExactly(void *buffer, std::uint32_t length);
 
+    /// Whether something was received that nobody has asked for yet.
+    bool holdsBytes() const { return m_start != m_end; }
+
     /// Forgets what came with a connection that is closed.
     void clear() { m_start = m_end = 0; }
 

@@ -1,5 +1,5 @@
-// Time that passes only when somebody waits: tests of long waits need not sit through them. The executable must be
-// linked with the linker's --wrap of platform::pauseFor and platform::steadyMilliseconds.
+// Time that passes only when somebody waits: tests of long waits need not sit through them. The executable must
+// link to quor_fake_time.
 #ifndef TESTING_FAKETIME_H
 #define TESTING_FAKETIME_H
 

@@ -7,4 +7,7 @@
 /// Bytes that all threads have allocated and not freed, also those never written to.
 std::size_t heapInUse();
 
+/// How much room there is in a block of `malloc` or `new`.
+std::size_t usableSize(void *block);
+
 #endif

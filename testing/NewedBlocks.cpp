@@ -1,5 +1,7 @@
 #include "testing/NewedBlocks.h"
 
+#include "testing/NewedBlocksNotes.h"
+
 #include <cstdlib>
 #include <stdexcept>
 
@@ -20,7 +22,9 @@ struct Blocks {
 
 thread_local Blocks *watched = nullptr;
 
-void note(void *address, std::size_t size)
+} // namespace
+
+void noteNewed(void *address, std::size_t size)
 {
     if (!watched)
         return;
@@ -29,7 +33,7 @@ void note(void *address, std::size_t size)
     watched->blocks[watched->count++] = Block{address, size};
 }
 
-void forget(void *address)
+void noteDeleted(void *address)
 {
     if (!watched || !address)
         return;
@@ -40,8 +44,6 @@ void forget(void *address)
         }
     }
 }
-
-} // namespace
 
 NewedBlocks::NewedBlocks()
 {
@@ -67,32 +69,3 @@ std::vector<void *> NewedBlocks::left(std::size_t size) const
     }
     return std::vector<void *>(found, found + count);
 }
-
-// operator new(size_t), operator delete(void *) and operator delete(void *, size_t), by their names in the object
-// files.
-extern "C" {
-
-void *__real__Znwm(std::size_t size);
-void __real__ZdlPv(void *address);
-void __real__ZdlPvm(void *address, std::size_t size);
-
-void *__wrap__Znwm(std::size_t size)
-{
-    void *address = __real__Znwm(size);
-    note(address, size);
-    return address;
-}
-
-void __wrap__ZdlPv(void *address)
-{
-    forget(address);
-    __real__ZdlPv(address);
-}
-
-void __wrap__ZdlPvm(void *address, std::size_t size)
-{
-    forget(address);
-    __real__ZdlPvm(address, size);
-}
-
-} // extern "C"

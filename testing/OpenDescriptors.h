@@ -1,4 +1,5 @@
-// Which descriptors this process has open, to show that an exchange leaves none behind.
+// Which descriptors (on Windows: handles of sockets and files) this process has open, to show that an exchange leaves
+// none behind.
 #ifndef TESTING_OPENDESCRIPTORS_H
 #define TESTING_OPENDESCRIPTORS_H
 

@@ -2,18 +2,17 @@
 
 #include "rpc/NameNodeConnection.h"
 #include "rpc/WireBytes.h"
+#include "testing/HostPath.h"
 
 #include <QtCore/QDirIterator>
 #include <QtCore/QFile>
 #include <QtCore/QJsonDocument>
-#include <QtCore/QProcess>
 #include <QtCore/QStringList>
 
 #include <algorithm>
 #include <cstring>
 #include <gtest/gtest.h>
 #include <stdexcept>
-#include <sys/resource.h>
 #include <vector>
 
 namespace {
@@ -82,7 +81,7 @@ struct ClosingSocket : TcpSocket {
 
 RealCluster::RealCluster()
 {
-    QFile file(QFile::decodeName(kStateFile));
+    QFile file(localPathOf(kStateFile));
     if (!file.open(QIODevice::ReadOnly))
         fail(QByteArray("no private HDFS: run these tests through ctest, or first\n"
                         "    testing/cluster/real-cluster start ") +
@@ -163,7 +162,7 @@ QByteArray RealCluster::client(const QList<QByteArray> &verbAndArguments) const
 {
     const CommandResult result = ask(QByteArray(), verbAndArguments);
     if (result.status != 0)
-        fail(joined(verbAndArguments) + " failed: " + result.err);
+        fail(joined(verbAndArguments) + " failed: " + result.out + result.err);
     return result.out;
 }
 
@@ -214,34 +213,29 @@ QByteArray RealCluster::nodeAtPort(std::uint32_t xferPort) const
 QList<QString> RealCluster::replicaFiles(std::uint64_t blockId) const
 {
     const QStringList name(QLatin1String("blk_") + QString::number(blockId));
-    QDirIterator files(QFile::decodeName(value("PRIVATE_HDFS_DATA")), name, QDir::Files, QDirIterator::Subdirectories);
+    QDirIterator files(localPathOf(value("PRIVATE_HDFS_DATA")), name, QDir::Files, QDirIterator::Subdirectories);
     QList<QString> found;
     while (files.hasNext())
         found.append(files.next());
     return found;
 }
 
-RealCluster::Ended RealCluster::runPrivateHdfs(const QList<QByteArray> &arguments) const
+QByteArray RealCluster::run(const QList<QByteArray> &programAndArguments) const
 {
-    QStringList words;
-    for (const QByteArray &argument : arguments)
-        words.append(QString::fromUtf8(argument));
-    words << QLatin1String("--data") << QString::fromUtf8(value("PRIVATE_HDFS_DATA"));
-    QProcess process;
-    process.setProcessChannelMode(QProcess::MergedChannels);
-    process.start(QFile::decodeName(kPrivateHdfs), words);
-    process.waitForFinished(180 * 1000);
-    Ended ended;
-    ended.well = process.exitStatus() == QProcess::NormalExit && process.exitCode() == 0;
-    ended.output = process.readAll();
-    return ended;
+    return client(QList<QByteArray>() << "run" << programAndArguments);
+}
+
+CommandResult RealCluster::runPrivateHdfs(const QList<QByteArray> &arguments) const
+{
+    return ask(QByteArray(), QList<QByteArray>() << "run" << kPrivateHdfs << arguments << "--data"
+                                                 << value("PRIVATE_HDFS_DATA"));
 }
 
 void RealCluster::privateHdfs(const QList<QByteArray> &arguments) const
 {
-    const Ended ended = runPrivateHdfs(arguments);
-    if (!ended.well)
-        fail("private-hdfs " + joined(arguments) + " failed: " + ended.output);
+    const CommandResult result = runPrivateHdfs(arguments);
+    if (result.status != 0)
+        fail("private-hdfs " + joined(arguments) + " failed: " + result.out);
 }
 
 void RealCluster::kill(const QByteArray &node) const
@@ -271,19 +265,18 @@ void RealCluster::waitUntilDead(const QByteArray &node) const
 
 void RealCluster::limitFiles(const QByteArray &node, std::int64_t bytes) const
 {
-    const QJsonObject nodes = QJsonDocument::fromJson(runPrivateHdfs({"status", "--json"}).output).object();
+    const QJsonObject nodes = QJsonDocument::fromJson(runPrivateHdfs({"status", "--json"}).out).object();
     const int process = nodes.value(QString::fromLatin1(node)).toObject().value(QLatin1String("pid")).toInt();
-    rlimit limit;
-    if (process == 0 || ::prlimit(process, RLIMIT_FSIZE, nullptr, &limit) != 0)
-        fail("no limits of " + node);
-    limit.rlim_cur = bytes < 0 ? limit.rlim_max : static_cast<rlim_t>(bytes);
-    if (::prlimit(process, RLIMIT_FSIZE, &limit, nullptr) != 0)
-        fail("the limits of " + node + " cannot be set");
+    if (process == 0)
+        fail("no process of " + node);
+    // Only what is written before the colon changes: the hard limit stays.
+    const QByteArray limit = bytes < 0 ? QByteArray("unlimited") : QByteArray::number(qint64(bytes));
+    run({"prlimit", "--pid", QByteArray::number(process), "--fsize=" + limit + ":"});
 }
 
 void RealCluster::mend() const
 {
-    const QByteArray status = runPrivateHdfs({"status", "--json"}).output;
+    const QByteArray status = runPrivateHdfs({"status", "--json"}).out;
     const QJsonObject nodes = QJsonDocument::fromJson(status).object();
     if (nodes.isEmpty())
         fail("private-hdfs status failed: " + status);

@@ -54,6 +54,8 @@ public:
     QByteArray dfsadmin(const QList<QByteArray> &arguments) const;
     /// Any verb of the Java client (ClusterClient.java). Throws when its status is not 0.
     QByteArray client(const QList<QByteArray> &verbAndArguments) const;
+    /// Any program of the machine that the servers run on; gives what it printed. Throws when its status is not 0.
+    QByteArray run(const QList<QByteArray> &programAndArguments) const;
 
     /// A new directory of this test's own, empty, which everybody may write to.
     QByteArray freshDirectory() const;
@@ -67,7 +69,7 @@ public:
 
     /// The node ("datanode1", …) that listens at a data port.
     QByteArray nodeAtPort(std::uint32_t xferPort) const;
-    /// The files that hold the replicas of a block on disk, one for each DataNode that has it.
+    /// The files that hold the replicas of a block on disk, one for each DataNode that has it, as this process names them.
     QList<QString> replicaFiles(std::uint64_t blockId) const;
 
     /// Faults, by the node's name ("namenode", "datanode1", …). They return when it is so.
@@ -85,11 +87,8 @@ public:
 private:
     QByteArray value(const char *name) const;
     CommandResult ask(const QByteArray &user, const QList<QByteArray> &verbAndArguments) const;
-    struct Ended {
-        bool well;
-        QByteArray output;
-    };
-    Ended runPrivateHdfs(const QList<QByteArray> &arguments) const;
+    /// Its complaints are part of what it printed.
+    CommandResult runPrivateHdfs(const QList<QByteArray> &arguments) const;
     void privateHdfs(const QList<QByteArray> &arguments) const;
 
     QJsonObject m_state;

@@ -3,93 +3,26 @@
 #include <gtest/gtest.h>
 
 #include <algorithm>
-#include <cerrno>
 #include <chrono>
-#include <cstring>
-#include <netdb.h>
-#include <netinet/in.h>
-#include <netinet/tcp.h>
-#include <poll.h>
-#include <stdexcept>
-#include <sys/eventfd.h>
-#include <sys/ioctl.h>
-#include <sys/socket.h>
-#include <unistd.h>
 
-namespace {
-
-[[noreturn]] void fail(const std::string &what)
-{
-    throw std::runtime_error(what + ": " + std::strerror(errno));
-}
-
-/// A socket bound to a numeric address; `*port` is the port that it got.
-int bindSocket(const std::string &address, int *port)
-{
-    sockaddr_storage storage = sockaddr_storage();
-    socklen_t size;
-    sockaddr_in *v4 = reinterpret_cast<sockaddr_in *>(&storage);
-    sockaddr_in6 *v6 = reinterpret_cast<sockaddr_in6 *>(&storage);
-    // Not through getaddrinfo: tests replace that one.
-    if (address.find(':') == std::string::npos) {
-        size = sizeof *v4;
-        v4->sin_family = AF_INET;
-        v4->sin_port = htons(static_cast<std::uint16_t>(*port));
-        in_addr_t value = 0;
-        unsigned part[4] = {0, 0, 0, 0};
-        std::sscanf(address.c_str(), "%u.%u.%u.%u", &part[0], &part[1], &part[2], &part[3]);
-        value = part[0] << 24 | part[1] << 16 | part[2] << 8 | part[3];
-        v4->sin_addr.s_addr = htonl(value);
-    } else {
-        size = sizeof *v6;
-        v6->sin6_family = AF_INET6;
-        v6->sin6_port = htons(static_cast<std::uint16_t>(*port));
-        v6->sin6_addr = in6addr_loopback;
-    }
-    const int descriptor = ::socket(storage.ss_family, SOCK_STREAM | SOCK_CLOEXEC, 0);
-    if (descriptor < 0)
-        fail("socket");
-    const int on = 1;
-    ::setsockopt(descriptor, SOL_SOCKET, SO_REUSEADDR, &on, sizeof on);
-    if (::bind(descriptor, reinterpret_cast<sockaddr *>(&storage), size) != 0) {
-        ::close(descriptor);
-        fail("bind " + address);
-    }
-    ::getsockname(descriptor, reinterpret_cast<sockaddr *>(&storage), &size);
-    *port = ntohs(storage.ss_family == AF_INET ? v4->sin_port : v6->sin6_port);
-    return descriptor;
-}
-
-void signalEvent(int eventDescriptor)
-{
-    const std::uint64_t one = 1;
-    if (::write(eventDescriptor, &one, sizeof one) < 0)
-        fail("eventfd");
-}
-
-} // namespace
-
-ScriptedConnection::ScriptedConnection(ScriptedPeer *peer, int descriptor, std::size_t index)
-    : m_peer(peer), m_descriptor(descriptor), m_index(index), m_sendFault(Fault::none()), m_receiveFault(Fault::none()),
+ScriptedConnection::ScriptedConnection(ScriptedPeer *peer, peer_socket::Socket socket, std::size_t index)
+    : m_peer(peer), m_socket(socket), m_index(index), m_sendFault(Fault::none()), m_receiveFault(Fault::none()),
       m_fragment(0), m_over(false)
 {
 }
 
 ScriptedConnection::~ScriptedConnection()
 {
-    closeDescriptor();
+    closeSocket();
 }
 
-bool ScriptedConnection::wait(short events, int milliseconds)
+bool ScriptedConnection::wait(peer_socket::Event event, int milliseconds)
 {
-    pollfd watched[2] = {{m_descriptor, events, 0}, {m_peer->m_wake, POLLIN, 0}};
-    int ready;
-    do {
-        ready = ::poll(watched, 2, milliseconds < 0 ? kPeerPatienceMilliseconds : milliseconds);
-    } while (ready < 0 && errno == EINTR);
-    if (watched[1].revents != 0)
+    const int patience = milliseconds < 0 ? kPeerPatienceMilliseconds : milliseconds;
+    const peer_socket::Waited waited = peer_socket::waitFor(m_socket, event, m_peer->m_wake, patience);
+    if (waited == peer_socket::Woken)
         throw Ended();
-    if (ready != 0)
+    if (waited == peer_socket::Ready)
         return true;
     if (milliseconds < 0) {
         ADD_FAILURE() << "connection " << m_index << " of the scripted peer waited in vain for its client";
@@ -114,11 +47,11 @@ std::size_t ScriptedConnection::receiveSome(char *buffer, std::size_t size)
         }
     }
     for (;;) {
-        wait(POLLIN, -1);
-        const ssize_t count = ::read(m_descriptor, buffer, size);
-        if (count < 0 && (errno == EAGAIN || errno == EINTR))
+        wait(peer_socket::Readable, -1);
+        const std::ptrdiff_t count = peer_socket::receiveNow(m_socket, buffer, size);
+        if (count == peer_socket::kNotNow)
             continue;
-        if (count <= 0)
+        if (count == 0)
             return 0;
         std::lock_guard<std::mutex> lock(m_peer->m_mutex);
         m_received.append(buffer, static_cast<std::size_t>(count));
@@ -144,9 +77,8 @@ std::string ScriptedConnection::receive(std::size_t size)
 
 bool ScriptedConnection::waitForMore()
 {
-    wait(POLLIN, -1);
-    char byte;
-    return ::recv(m_descriptor, &byte, 1, MSG_PEEK) == 1;
+    wait(peer_socket::Readable, -1);
+    return peer_socket::hasByte(m_socket);
 }
 
 std::string ScriptedConnection::receiveToEnd()
@@ -163,19 +95,19 @@ std::string ScriptedConnection::receiveToEnd()
 
 bool ScriptedConnection::isSilentFor(int milliseconds)
 {
-    return !wait(POLLIN, milliseconds);
+    return !wait(peer_socket::Readable, milliseconds);
 }
 
 void ScriptedConnection::sendSome(const char *bytes, std::size_t size)
 {
     while (size > 0) {
         const std::size_t piece = m_fragment > 0 ? std::min(m_fragment, size) : size;
-        const ssize_t count = ::send(m_descriptor, bytes, piece, MSG_NOSIGNAL | MSG_DONTWAIT);
-        if (count < 0 && (errno == EAGAIN || errno == EINTR)) {
-            wait(POLLOUT, -1);
+        const std::ptrdiff_t count = peer_socket::sendNow(m_socket, bytes, piece);
+        if (count == peer_socket::kNotNow) {
+            wait(peer_socket::Writable, -1);
             continue;
         }
-        if (count <= 0)
+        if (count == 0)
             throw Ended();
         {
             std::lock_guard<std::mutex> lock(m_peer->m_mutex);
@@ -228,28 +160,27 @@ void ScriptedConnection::drain()
     char buffer[64 * 1024];
     m_receiveFault = Fault::none();
     // Without the limit of patience: a client may keep a connection as long as its test runs.
-    while (!wait(POLLIN, 1000) || receiveSome(buffer, sizeof buffer) > 0) {
+    while (!wait(peer_socket::Readable, 1000) || receiveSome(buffer, sizeof buffer) > 0) {
     }
 }
 
 void ScriptedConnection::close()
 {
-    ::shutdown(m_descriptor, SHUT_WR);
+    peer_socket::endSending(m_socket);
     drain();
     throw Ended();
 }
 
 void ScriptedConnection::closeAtOnce()
 {
-    closeDescriptor();
+    closeSocket();
     throw Ended();
 }
 
 void ScriptedConnection::reset()
 {
-    const linger atOnce = {1, 0};
-    ::setsockopt(m_descriptor, SOL_SOCKET, SO_LINGER, &atOnce, sizeof atOnce);
-    closeDescriptor();
+    peer_socket::resetOnClose(m_socket);
+    closeSocket();
     throw Ended();
 }
 
@@ -270,23 +201,20 @@ void ScriptedConnection::pause(int milliseconds)
         throw Ended();
 }
 
-void ScriptedConnection::closeDescriptor()
+void ScriptedConnection::closeSocket()
 {
-    if (m_descriptor >= 0)
-        ::close(m_descriptor);
-    m_descriptor = -1;
+    if (m_socket != peer_socket::kNone)
+        peer_socket::close(m_socket);
+    m_socket = peer_socket::kNone;
 }
 
 ScriptedPeer::ScriptedPeer(const std::string &address, int port)
-    : m_address(address), m_port(port), m_listener(-1), m_wake(-1), m_stopListener(-1), m_stopping(false), m_resumes(0),
+    : m_address(address), m_port(port), m_listener(peer_socket::kNone), m_stopping(false), m_resumes(0),
       m_sendFault(Fault::none()), m_sendFaultConnection(-1), m_receiveFault(Fault::none()),
       m_receiveFaultConnection(-1), m_fragment(0)
 {
-    m_listener = bindSocket(address, &m_port);
-    if (::listen(m_listener, 128) != 0)
-        fail("listen");
-    m_wake = ::eventfd(0, EFD_CLOEXEC);
-    m_stopListener = ::eventfd(0, EFD_CLOEXEC);
+    m_listener = peer_socket::bindTo(address, &m_port);
+    peer_socket::listenAt(m_listener);
     m_acceptor = std::thread(&ScriptedPeer::acceptConnections, this);
 }
 
@@ -298,14 +226,12 @@ ScriptedPeer::~ScriptedPeer()
         m_stopping = true;
     }
     m_changed.notify_all();
-    signalEvent(m_wake);
+    m_wake.raise();
     for (const std::unique_ptr<ScriptedConnection> &connection : m_connections) {
         if (connection->m_thread.joinable())
             connection->m_thread.join();
     }
     m_connections.clear();
-    ::close(m_wake);
-    ::close(m_stopListener);
 }
 
 void ScriptedPeer::addScript(Script script)
@@ -382,30 +308,25 @@ void ScriptedPeer::stopListening()
 {
     if (!m_acceptor.joinable())
         return;
-    signalEvent(m_stopListener);
+    m_stopListener.raise();
     m_acceptor.join();
-    ::close(m_listener);
-    m_listener = -1;
+    peer_socket::close(m_listener);
+    m_listener = peer_socket::kNone;
 }
 
 void ScriptedPeer::acceptConnections()
 {
     for (;;) {
-        pollfd watched[2] = {{m_listener, POLLIN, 0}, {m_stopListener, POLLIN, 0}};
-        if (::poll(watched, 2, -1) < 0)
-            continue;
-        if (watched[1].revents != 0)
+        if (peer_socket::waitFor(m_listener, peer_socket::Readable, m_stopListener, -1) == peer_socket::Woken)
             return;
-        const int descriptor = ::accept4(m_listener, nullptr, nullptr, SOCK_CLOEXEC);
-        if (descriptor < 0)
+        const peer_socket::Socket socket = peer_socket::acceptAt(m_listener);
+        if (socket == peer_socket::kNone)
             continue;
-        const int on = 1;
-        ::setsockopt(descriptor, IPPROTO_TCP, TCP_NODELAY, &on, sizeof on);
         {
             std::lock_guard<std::mutex> lock(m_mutex);
             joinFinished();
             const std::size_t index = m_connections.size();
-            std::unique_ptr<ScriptedConnection> connection(new ScriptedConnection(this, descriptor, index));
+            std::unique_ptr<ScriptedConnection> connection(new ScriptedConnection(this, socket, index));
             if (m_sendFaultConnection < 0 || m_sendFaultConnection == static_cast<int>(index))
                 connection->m_sendFault = m_sendFault;
             if (m_receiveFaultConnection < 0 || m_receiveFaultConnection == static_cast<int>(index))
@@ -440,19 +361,19 @@ void ScriptedPeer::run(ScriptedConnection *connection, const Script &script)
     }
     {
         std::lock_guard<std::mutex> lock(m_mutex);
-        connection->closeDescriptor();
+        connection->closeSocket();
         connection->m_over = true;
     }
     m_changed.notify_all();
 }
 
-RefusingPort::RefusingPort(const std::string &address) : m_descriptor(-1), m_port(0)
+RefusingPort::RefusingPort(const std::string &address) : m_socket(peer_socket::kNone), m_port(0)
 {
     // Bound and not listening: the system answers a connect with a reset.
-    m_descriptor = bindSocket(address, &m_port);
+    m_socket = peer_socket::bindTo(address, &m_port);
 }
 
 RefusingPort::~RefusingPort()
 {
-    ::close(m_descriptor);
+    peer_socket::close(m_socket);
 }

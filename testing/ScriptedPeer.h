@@ -8,6 +8,8 @@
 #ifndef TESTING_SCRIPTEDPEER_H
 #define TESTING_SCRIPTEDPEER_H
 
+#include "testing/PeerSocket.h"
+
 #include <condition_variable>
 #include <cstdint>
 #include <functional>
@@ -84,18 +86,18 @@ public:
 
 private:
     friend class ScriptedPeer;
-    ScriptedConnection(ScriptedPeer *peer, int descriptor, std::size_t index);
+    ScriptedConnection(ScriptedPeer *peer, peer_socket::Socket socket, std::size_t index);
 
-    /// Waits until `events` hold. False when `milliseconds` (-1: kPeerPatience, with a test failure) have passed.
-    bool wait(short events, int milliseconds);
+    /// Waits until `event` holds. False when `milliseconds` (-1: kPeerPatience, with a test failure) have passed.
+    bool wait(peer_socket::Event event, int milliseconds);
     std::size_t receiveSome(char *buffer, std::size_t size);
     void sendSome(const char *bytes, std::size_t size);
     void apply(const Fault &fault);
     void drain();
-    void closeDescriptor();
+    void closeSocket();
 
     ScriptedPeer *m_peer;
-    int m_descriptor;
+    peer_socket::Socket m_socket;
     const std::size_t m_index;
     Fault m_sendFault;
     Fault m_receiveFault;
@@ -157,9 +159,9 @@ private:
 
     std::string m_address;
     int m_port;
-    int m_listener;
-    int m_wake;         ///< eventfd, readable once the peer is being destroyed
-    int m_stopListener; ///< eventfd, readable once the peer no longer accepts
+    peer_socket::Socket m_listener;
+    peer_socket::Wake m_wake;         ///< raised once the peer is being destroyed
+    peer_socket::Wake m_stopListener; ///< raised once the peer no longer accepts
     mutable std::mutex m_mutex;
     std::condition_variable m_changed;
     bool m_stopping;
@@ -185,7 +187,7 @@ public:
     int port() const { return m_port; }
 
 private:
-    int m_descriptor;
+    peer_socket::Socket m_socket;
     int m_port;
 };
 

@@ -1,6 +1,9 @@
 // Makes system calls of the product fail on purpose. The test executables are linked with the linker's --wrap, so that
 // the calls of everything linked into them (not those of shared libraries) come by here first.
 //
+// Errors are those of <cerrno> on every system; Windows Sockets report the number of their own that means the same
+// (`systemError`).
+//
 // Faults hold for the thread that ordered them, while a SystemCallFaults object lives: the scripted peers, whose
 // threads are others, are never hit.
 #ifndef TESTING_SYSTEMCALLFAULTS_H
@@ -18,24 +21,29 @@ struct ResolvedAddress {
 
 /// Which call.
 enum class SystemCall {
+    Start,   ///< WSAStartup, which must ask for version 1.1; elsewhere there is no such call
     Resolve, ///< getaddrinfo
     Socket,
     Connect,
     Send,
-    Receive,     ///< recv, recvmsg
+    Receive,     ///< recv, recvmsg, WSARecv
     SetOption,   ///< setsockopt
     GetOption,   ///< getsockopt
-    Interfaces,  ///< getifaddrs
+    Interfaces,  ///< getifaddrs, GetAdaptersAddresses
     NumericName, ///< getnameinfo
+    Identify,    ///< UuidCreate; elsewhere there is no such call
     Allocate,    ///< malloc, calloc, realloc; not what Qt and the C++ library take for themselves
-    Duplicate    ///< strdup
+    Duplicate    ///< strdup, UuidToStringA
 };
-const int kSystemCallCount = 11;
+const int kSystemCallCount = 13;
+
+/// What platform::lastSocketError says after a socket call that failed with an error of <cerrno>.
+int systemError(int error);
 
 class SystemCallFaults
 {
 public:
-    /// One object at a time and thread.
+    /// One object at a time.
     SystemCallFaults();
     ~SystemCallFaults();
     SystemCallFaults(const SystemCallFaults &) = delete;
@@ -63,8 +71,10 @@ public:
     void limitSend(std::size_t bytes);
     void limitReceive(std::size_t bytes);
     /// Each recv, send or connect is interrupted (EINTR) once before it is done. An interrupted connect goes on in the
-    /// background, as the system does it.
+    /// background, as the system does it. Does nothing on Windows, where there are no signals to interrupt a call.
     void interruptEach(SystemCall call);
+    /// How often a call has been interrupted.
+    int interruptions(SystemCall call) const;
 
     /// The longest length that a recv was asked for.
     std::size_t longestReceive() const;

@@ -1,12 +1,13 @@
-// Connection settings of a test's own, in a configuration directory that vanishes with it.
+// Connection settings of a test's own, which vanish with it.
 #ifndef TESTING_TEMPORARYSETTINGS_H
 #define TESTING_TEMPORARYSETTINGS_H
 
 #include <QtCore/QByteArray>
 #include <QtCore/QString>
-#include <QtCore/QTemporaryDir>
 
-/// Points XDG_CONFIG_HOME to a new directory while it lives.
+#include <memory>
+
+/// Points XDG_CONFIG_HOME to a new directory while it lives; on Windows, HKEY_CURRENT_USER to a new key of the registry.
 class TemporarySettings
 {
 public:
@@ -15,19 +16,36 @@ public:
     TemporarySettings(const TemporarySettings &) = delete;
     TemporarySettings &operator=(const TemporarySettings &) = delete;
 
-    /// Writes a value as a program would ("hdfs", "webhdfs"), and reads it back from the file.
+    /// Writes a value as a program would ("hdfs", "webhdfs"), and reads it back from the store.
     void set(const QString &name, const QString &value);
     QString get(const QString &name) const;
     bool contains(const QString &name) const;
 
-    /// The file itself, byte for byte.
+    /// Makes this value the only one, as somebody writes it with an editor.
+    void writeByHand(const QString &name, const QString &value);
+    /// All that is stored, byte for byte, to compare it with what is stored later.
+    QByteArray content() const;
+
+    /// Where other processes find the store: the file; on Windows the key, from "HKEY_CURRENT_USER" on.
     QString fileName() const;
-    void writeFile(const QByteArray &content);
-    QByteArray readFile() const;
 
 private:
-    QTemporaryDir m_directory;
-    QByteArray m_outer;
+    struct Store;
+    std::unique_ptr<Store> m_store;
+};
+
+/// Nobody can write settings while it lives; those that are there can be read. For administrators, too.
+class UnwritableSettings
+{
+public:
+    UnwritableSettings();
+    ~UnwritableSettings();
+    UnwritableSettings(const UnwritableSettings &) = delete;
+    UnwritableSettings &operator=(const UnwritableSettings &) = delete;
+
+private:
+    struct Lock;
+    std::unique_ptr<Lock> m_lock;
 };
 
 /// Sets an environment variable while it lives; a null value removes it.

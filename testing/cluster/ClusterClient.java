@@ -6,16 +6,21 @@
 // Prints the port that it listens on (loopback), then answers one request per connection and ends with the owner, or on
 // "end". A request is a list of strings: the user to act as, a verb, its arguments. The answer is an exit status, what the
 // verb printed, and what it complained about. Numbers are 4 bytes big-endian; strings are UTF-8 bytes behind their length.
+//
+// The verb "run" stands for any other program of this machine, for tests that may run on another system. It can be had
+// while another verb waits for servers that are stopped.
 
 import java.io.ByteArrayOutputStream;
 import java.io.DataInputStream;
 import java.io.DataOutputStream;
+import java.io.File;
 import java.io.IOException;
 import java.io.PrintStream;
 import java.net.InetAddress;
 import java.net.ServerSocket;
 import java.net.Socket;
 import java.nio.charset.StandardCharsets;
+import java.nio.file.Files;
 import java.security.PrivilegedExceptionAction;
 import java.util.ArrayList;
 import java.util.Arrays;
@@ -26,6 +31,7 @@ import java.util.Map;
 import java.util.concurrent.ExecutorService;
 import java.util.concurrent.Executors;
 import java.util.concurrent.Future;
+import java.util.concurrent.TimeUnit;
 
 import org.apache.hadoop.conf.Configuration;
 import org.apache.hadoop.fs.BlockLocation;
@@ -51,6 +57,7 @@ public class ClusterClient {
 
     private static final long MIB = 1L << 20;
     private static final int DATANODES = 3;
+    private static final int PROGRAM_PATIENCE_SECONDS = 180;
 
     private final Configuration configuration = new Configuration();
     private final Map<String, FSDataOutputStream> openFiles = new HashMap<>();
@@ -63,12 +70,17 @@ public class ClusterClient {
             System.out.println(server.getLocalPort());
             ClusterClient client = new ClusterClient();
             while (true) {
-                try (Socket socket = server.accept()) {
-                    client.answer(socket);
-                } catch (IOException problem) {
-                    System.err.println("a test went away in the middle: " + problem);
-                }
+                Socket socket = server.accept();
+                new Thread(() -> client.answerAndClose(socket)).start();
             }
+        }
+    }
+
+    private void answerAndClose(Socket socket) {
+        try (socket) {
+            answer(socket);
+        } catch (IOException problem) {
+            System.err.println("a test went away in the middle: " + problem);
         }
     }
 
@@ -80,7 +92,7 @@ public class ClusterClient {
         }
         ByteArrayOutputStream out = new ByteArrayOutputStream();
         ByteArrayOutputStream err = new ByteArrayOutputStream();
-        int status = runPrintingTo(out, err, request);
+        int status = request[1].equals("run") ? runProgram(out, request) : runPrintingTo(out, err, request);
         DataOutputStream answer = new DataOutputStream(socket.getOutputStream());
         answer.writeInt(status);
         for (ByteArrayOutputStream text : Arrays.asList(out, err)) {
@@ -90,7 +102,25 @@ public class ClusterClient {
         answer.flush();
     }
 
-    private int runPrintingTo(ByteArrayOutputStream out, ByteArrayOutputStream err, String[] request) {
+    /** Its output and its complaints in one. A program that runs for longer than a test may is ended. */
+    private static int runProgram(ByteArrayOutputStream out, String[] request) throws IOException {
+        File output = File.createTempFile("run", ".log");
+        try {
+            Process process = new ProcessBuilder(Arrays.copyOfRange(request, 2, request.length))
+                .redirectInput(new File("/dev/null")).redirectErrorStream(true).redirectOutput(output).start();
+            boolean hasEnded = process.waitFor(PROGRAM_PATIENCE_SECONDS, TimeUnit.SECONDS);
+            process.destroyForcibly();
+            out.write(Files.readAllBytes(output.toPath()));
+            return hasEnded ? process.exitValue() : 255;
+        } catch (IOException | InterruptedException problem) {
+            out.write(problem.toString().getBytes(StandardCharsets.UTF_8));
+            return 255;
+        } finally {
+            output.delete();
+        }
+    }
+
+    private synchronized int runPrintingTo(ByteArrayOutputStream out, ByteArrayOutputStream err, String[] request) {
         PrintStream usualOut = System.out;
         PrintStream usualErr = System.err;
         System.setOut(new PrintStream(out, true, StandardCharsets.UTF_8));

@@ -3,7 +3,7 @@
 #define TESTING_CLUSTER_FAULTTOOLS_H
 
 #include "testing/RealCluster.h"
-#include "testing/cluster/ReceiveHook.h"
+#include "testing/ReceiveHook.h"
 
 #include <chrono>
 #include <functional>

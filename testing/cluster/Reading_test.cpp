@@ -1,5 +1,6 @@
 // Reading files from the real DataNodes: every place in a file, and files of every kind, with the data transfer
 // protocol and through WebHDFS.
+#include "testing/HostPath.h"
 #include "testing/cluster/RealClusterTest.h"
 
 #include <QtCore/QFile>
@@ -153,7 +154,7 @@ TEST_P(RealReading, HundredRandomRangesEqualTheSameBytesOnDisk)
     ASSERT_TRUE(original.open(QIODevice::ReadWrite));
     ASSERT_EQ(kSize, original.write(randomBytes(kSize, 20260101)));
     original.flush();
-    cluster.dfs({"-put", QFile::encodeName(original.fileName()), directory() + "/copy"});
+    cluster.dfs({"-put", serversPathOf(original.fileName()), directory() + "/copy"});
 
     const Reader reader = open(directory() + "/copy");
     ASSERT_TRUE(reader != nullptr);

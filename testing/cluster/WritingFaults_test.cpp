@@ -6,13 +6,11 @@
 #include "io/HdfsFileCopy.h"
 #include "io/HdfsFileWriter.h"
 #include "testing/OpenDescriptors.h"
+#include "testing/SocketOptions.h"
 
 #include <QtCore/QFile>
 
 #include <algorithm>
-#include <arpa/inet.h>
-#include <netinet/in.h>
-#include <sys/socket.h>
 
 namespace {
 
@@ -48,11 +46,7 @@ protected:
     /// The node that the connection's open DataNode socket leads to.
     QByteArray connectedNode() const
     {
-        sockaddr_in address = sockaddr_in();
-        socklen_t size = sizeof address;
-        ::getpeername(static_cast<int>(connection->dataNodeSocket.handle), reinterpret_cast<sockaddr *>(&address),
-                      &size);
-        return cluster.nodeAtPort(ntohs(address.sin_port));
+        return cluster.nodeAtPort(peerPort(connection->dataNodeSocket.handle));
     }
 };
 

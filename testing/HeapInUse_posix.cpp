@@ -12,3 +12,8 @@ std::size_t heapInUse()
     const struct mallinfo2 info = ::mallinfo2();
     return info.uordblks + info.hblkhd;
 }
+
+std::size_t usableSize(void *block)
+{
+    return ::malloc_usable_size(block);
+}

@@ -1,12 +1,12 @@
 // Does something in the middle of what a thread receives: slows it down, or ends the server that it receives from.
-#ifndef TESTING_CLUSTER_RECEIVEHOOK_H
-#define TESTING_CLUSTER_RECEIVEHOOK_H
+#ifndef TESTING_RECEIVEHOOK_H
+#define TESTING_RECEIVEHOOK_H
 
 #include <cstdint>
 #include <functional>
 
-/// Calls `function` behind every `recv` and `recvmsg` of this thread while the object lives. One object at a time and
-/// thread.
+/// Calls `function` behind every receive of the product's on this thread while the object lives. One object at a time
+/// and thread.
 class ReceiveHook
 {
 public:
@@ -18,9 +18,13 @@ public:
     ReceiveHook(const ReceiveHook &) = delete;
     ReceiveHook &operator=(const ReceiveHook &) = delete;
 
-    void received(std::int64_t bytes);
+    /// For what stands in the place of the system's calls (SystemCallFaults): so many bytes have come; 0 and less do
+    /// not count.
+    static void noteReceived(std::int64_t bytes);
 
 private:
+    void received(std::int64_t bytes);
+
     Function m_function;
     std::int64_t m_received;
 };

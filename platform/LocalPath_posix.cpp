@@ -1,0 +1,6 @@
+#include "platform/LocalPath.h"
+
+bool platform::isAbsoluteLocalPath(const QString &path)
+{
+    return path.startsWith(QLatin1Char('/'));
+}

@@ -1,0 +1,24 @@
+#include "testing/SocketOptions.h"
+
+bool isNagleOff(platform::SocketHandle handle)
+{
+    int on = 0;
+    int size = sizeof on;
+    ::getsockopt(static_cast<SOCKET>(handle), IPPROTO_TCP, TCP_NODELAY, reinterpret_cast<char *>(&on), &size);
+    return on != 0;
+}
+
+bool isInherited(platform::SocketHandle handle)
+{
+    DWORD flags = HANDLE_FLAG_INHERIT;
+    ::GetHandleInformation(reinterpret_cast<HANDLE>(static_cast<SOCKET>(handle)), &flags);
+    return (flags & HANDLE_FLAG_INHERIT) != 0;
+}
+
+std::uint16_t peerPort(platform::SocketHandle handle)
+{
+    sockaddr_in address = sockaddr_in();
+    int size = sizeof address;
+    ::getpeername(static_cast<SOCKET>(handle), reinterpret_cast<sockaddr *>(&address), &size);
+    return ntohs(address.sin_port);
+}
