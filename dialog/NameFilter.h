@@ -17,6 +17,9 @@ public:
     /// without one are hidden by "All Files (*.*)".
     bool matches(const QString &name) const;
 
+    /// The first of the patterns; empty when there is none.
+    QString firstPattern() const { return m_patterns.isEmpty() ? QString() : m_patterns.first().pattern(); }
+
 private:
     QList<QRegExp> m_patterns;
 };

@@ -78,4 +78,14 @@ TEST(NameFilter, TakesAThousandPatterns)
     EXPECT_FALSE(filter.matches(QLatin1String("a.x1000")));
 }
 
+TEST(NameFilter, GivesItsFirstPattern)
+{
+    NameFilter filter;
+    EXPECT_EQ(QString(), filter.firstPattern());
+    filter.setFilter(QLatin1String("Tables (*.csv *.tsv)"));
+    EXPECT_EQ(QString::fromLatin1("*.csv"), filter.firstPattern());
+    filter.setFilter(QLatin1String("No patterns ()"));
+    EXPECT_EQ(QString(), filter.firstPattern());
+}
+
 } // namespace

@@ -1,5 +1,6 @@
 #include "dialog/SizeText.h"
 
+#include <QtCore/QCoreApplication>
 #include <QtCore/QLocale>
 
 namespace {
@@ -9,9 +10,11 @@ const qint64 kMegabyte = 1024 * kKilobyte;
 const qint64 kGigabyte = 1024 * kMegabyte;
 const qint64 kTerabyte = 1024 * kGigabyte;
 
+const char kContext[] = "HdfsFileSystemModel";
+
 QString filled(const char *format, const QString &number)
 {
-    return QString::fromLatin1(format).arg(number, 0, QLatin1Char(' '));
+    return QCoreApplication::translate(kContext, format).arg(number, 0, QLatin1Char(' '));
 }
 
 QString fraction(qint64 bytes, qint64 unit, int decimals)
@@ -24,12 +27,14 @@ QString fraction(qint64 bytes, qint64 unit, int decimals)
 QString formatSize(qint64 bytes)
 {
     if (bytes >= kTerabyte)
-        return filled("%1 TB", fraction(bytes, kTerabyte, 3));
+        return filled(QT_TRANSLATE_NOOP("HdfsFileSystemModel", "%1 TB"), fraction(bytes, kTerabyte, 3));
     if (bytes >= kGigabyte)
-        return filled("%1 GB", fraction(bytes, kGigabyte, 2));
+        return filled(QT_TRANSLATE_NOOP("HdfsFileSystemModel", "%1 GB"), fraction(bytes, kGigabyte, 2));
     if (bytes >= kMegabyte)
-        return filled("%1 MB", fraction(bytes, kMegabyte, 1));
+        return filled(QT_TRANSLATE_NOOP("HdfsFileSystemModel", "%1 MB"), fraction(bytes, kMegabyte, 1));
     if (bytes < kKilobyte)
-        return filled("%1 bytes", QLocale().toString(static_cast<qlonglong>(bytes)));
-    return filled("%1 KB", QLocale().toString(static_cast<qlonglong>(bytes / kKilobyte)));
+        return filled(QT_TRANSLATE_NOOP("HdfsFileSystemModel", "%1 bytes"),
+                      QLocale().toString(static_cast<qlonglong>(bytes)));
+    return filled(QT_TRANSLATE_NOOP("HdfsFileSystemModel", "%1 KB"),
+                  QLocale().toString(static_cast<qlonglong>(bytes / kKilobyte)));
 }
