@@ -11,38 +11,14 @@
 #include <gtest/gtest.h>
 
 #include <cerrno>
-#include <csignal>
 #include <memory>
 #include <string>
-#include <sys/resource.h>
 #include <vector>
 
 namespace {
 
 const char kConnectFailed[] = "TCPIP connect failed";
 const char kSetUpFailed[] = "Connection to HDFS failed.\n";
-
-/// No file can be written while it lives; files that are there can be read. For root, too, unlike file permissions.
-class NoRoomToWrite
-{
-public:
-    NoRoomToWrite() : m_outerHandler(std::signal(SIGXFSZ, SIG_IGN))
-    {
-        ::getrlimit(RLIMIT_FSIZE, &m_outerLimit);
-        rlimit none = m_outerLimit;
-        none.rlim_cur = 0;
-        ::setrlimit(RLIMIT_FSIZE, &none);
-    }
-    ~NoRoomToWrite()
-    {
-        ::setrlimit(RLIMIT_FSIZE, &m_outerLimit);
-        std::signal(SIGXFSZ, m_outerHandler);
-    }
-
-private:
-    void (*m_outerHandler)(int);
-    rlimit m_outerLimit;
-};
 
 QString text(const std::string &utf8)
 {
@@ -187,7 +163,7 @@ TEST_F(ConnectionSetup, EveryShapeOfAValueHasItsHostPortIndexAndUser)
 
 TEST_F(ConnectionSetup, AHandWrittenValueWithCommasIsTakenWhole)
 {
-    settings.writeFile("[General]\nhdfs=127.0.0.1:" + QByteArray::number(nameNode.port()) + ",second:9001|0|someone\n");
+    settings.writeByHand("hdfs", "127.0.0.1:" + QString::number(nameNode.port()) + ",second:9001|0|someone");
     QString user;
     connection.reset(connectFromSettings(&user));
     ASSERT_TRUE(connection);
@@ -388,27 +364,27 @@ TEST_F(LearnedAddress, LeavesEveryOtherSettingAsItIs)
 TEST_F(LearnedAddress, WritesNothingWhenNothingIsNew)
 {
     settings.set("hdfs", "127.0.0.1:" + QString::number(nameNode.port()));
-    const QByteArray before = settings.readFile();
+    const QByteArray before = settings.content();
     connection.reset(connectFromSettings(nullptr));
     ASSERT_TRUE(connection);
-    EXPECT_EQ(before, settings.readFile());
+    EXPECT_EQ(before, settings.content());
     EXPECT_FALSE(settings.contains("webhdfs"));
 }
 
 TEST_F(LearnedAddress, ThatCannotBeWrittenBackDoesNotMatter)
 {
     settings.set("hdfs", "namenode");
-    const QByteArray before = settings.readFile();
+    const QByteArray before = settings.content();
     SystemCallFaults faults;
     faults.resolveTo({ResolvedAddress{"127.0.0.1", refusing.port()}, ResolvedAddress{"127.0.0.1", nameNode.port()}});
     {
-        const NoRoomToWrite noRoom;
+        const UnwritableSettings unwritable;
         connection.reset(connectFromSettings(nullptr));
     }
     ASSERT_TRUE(connection);
     EXPECT_EQ(1u, connection->preferredAddressIndex);
     EXPECT_TRUE(log.holds({}));
-    EXPECT_EQ(before, settings.readFile());
+    EXPECT_EQ(before, settings.content());
 }
 
 TEST_F(LearnedAddress, CostsTheDescriptorOfTheAddressThatFailed)

@@ -4,20 +4,14 @@
 #include "io/HdfsFileReader.h"
 #include "io/HdfsFileWriter.h"
 #include "plugin/ConnectionSetup.h"
+#include "plugin/FileDialogs.h"
 #include "rpc/ClientProtocol.h"
-#include "rpc/HostLog.h"
 #include "rpc/NameNodeConnection.h"
 #include "rpc/Network.h"
 
 namespace {
 
 const std::uint64_t kReservedArgument = 10000;
-
-/// What an operation says that this version of the library does not have.
-void logMissing(const char *operation)
-{
-    logToHost(QString::fromLatin1("Warning HDFS: %1 is not part of this version").arg(QLatin1String(operation)));
-}
 
 } // namespace
 
@@ -199,22 +193,21 @@ quint32 ImplementationQuorHDFSPluginInterface::chunkSize(HdfsFileWriter *writer)
     return writer->chunkSize();
 }
 
-QString ImplementationQuorHDFSPluginInterface::getOpenFileName(QWidget *, QString, QString, QString)
+QString ImplementationQuorHDFSPluginInterface::getOpenFileName(QWidget *parent, QString caption, QString directory,
+                                                               QString filter)
 {
-    logMissing("getOpenFileName");
-    return QString();
+    return chooseFileToOpen(parent, caption, directory, filter);
 }
 
-QString ImplementationQuorHDFSPluginInterface::getSaveFileName(QWidget *, QString, QString, QString)
+QString ImplementationQuorHDFSPluginInterface::getSaveFileName(QWidget *parent, QString caption, QString directory,
+                                                               QString filter)
 {
-    logMissing("getSaveFileName");
-    return QString();
+    return chooseFileToSave(parent, caption, directory, filter);
 }
 
-QString ImplementationQuorHDFSPluginInterface::getExistingDirectory(QWidget *, QString, QString)
+QString ImplementationQuorHDFSPluginInterface::getExistingDirectory(QWidget *parent, QString caption, QString directory)
 {
-    logMissing("getExistingDirectory");
-    return QString();
+    return chooseDirectory(parent, caption, directory);
 }
 
 QUOR_PLUGIN_INSTANCE(ImplementationQuorHDFSPluginInterface)

@@ -230,22 +230,19 @@ TEST_F(PluginEntry, TakesNullHandlesWhereHostsMayPassThem)
     EXPECT_EQ("", log);
 }
 
-TEST_F(PluginEntry, SaysSoForEachOperationThatThisVersionDoesNotHave)
+TEST_F(PluginEntry, ShowsNoDialogInAProcessWithoutAUserInterface)
 {
     QuorHDFSPluginInterface *const interface = hdfs();
-    const struct {
-        const char *name;
-        std::function<bool()> failsAsDocumented;
-    } missing[] = {
-        {"getOpenFileName", [=] { return interface->getOpenFileName(nullptr, "c", "d", "f").isEmpty(); }},
-        {"getSaveFileName", [=] { return interface->getSaveFileName(nullptr, "c", "d", "f").isEmpty(); }},
-        {"getExistingDirectory", [=] { return interface->getExistingDirectory(nullptr, "c", "d").isEmpty(); }},
+    const std::function<QString()> operations[] = {
+        [=] { return interface->getOpenFileName(nullptr, "c", "d", "f"); },
+        [=] { return interface->getSaveFileName(nullptr, "c", "d", "f"); },
+        [=] { return interface->getExistingDirectory(nullptr, "c", "d"); },
     };
-    for (const auto &operation : missing) {
-        bool failed = false;
-        const std::string log = logOf([&] { failed = operation.failsAsDocumented(); });
-        EXPECT_TRUE(failed) << operation.name;
-        EXPECT_EQ(std::string("Warning HDFS: ") + operation.name + " is not part of this version\n", log);
+    for (const auto &operation : operations) {
+        QString path = "untouched";
+        const std::string log = logOf([&] { path = operation(); });
+        EXPECT_EQ(QString(), path);
+        EXPECT_EQ("Warning HDFS: no file dialog in a process without a user interface\n", log);
     }
 }
 
@@ -253,7 +250,7 @@ TEST_F(PluginEntry, ConnectsWithExplicitValuesAndTouchesNoSettings)
 {
     settings.set("hdfs", "not.this.one:1|5|nobody");
     settings.set("webhdfs", "0");
-    const QByteArray before = settings.readFile();
+    const QByteArray before = settings.content();
     ScriptedNameNode nameNode;
     {
         NameNodeConnection connection;
@@ -277,7 +274,7 @@ TEST_F(PluginEntry, ConnectsWithExplicitValuesAndTouchesNoSettings)
     EXPECT_EQ("explicit", nameNode.introductions()[0].user);
     EXPECT_EQ(0xDF, nameNode.introductions()[0].authProtocol);
     EXPECT_EQ(0, nameNode.introductions()[1].authProtocol);
-    EXPECT_EQ(before, settings.readFile());
+    EXPECT_EQ(before, settings.content());
 }
 
 TEST_F(PluginEntry, ReportsAConnectThatFailsInTheHostsLog)
