@@ -4,6 +4,8 @@
 #include "host/core/InnermostCapture.h"
 
 #include <QtCore/QByteArray>
+#include <QtGui/QFontMetrics>
+#include <QtGui/QGuiApplication>
 
 #include <cstdio>
 
@@ -49,5 +51,7 @@ void MainUI::addLog(LogLevel, QString text)
 
 int MainUI::pixelSize()
 {
-    return kFontHeight;
+    if (!qobject_cast<QGuiApplication *>(QCoreApplication::instance()))
+        return kFontHeight;
+    return QFontMetrics(QGuiApplication::font()).height();
 }

@@ -37,6 +37,11 @@ struct CommandDescription {
     /// Does it. Failures of single paths are reported through the context's messages. Null for a command without a
     /// connection.
     void (*run)(CommandContext &context);
+    /// Whether it shows windows. Such a command makes its connection itself, if it needs one.
+    bool hasWindows = false;
+
+    /// Whether the options for one run (--namenode ...) mean something to it.
+    bool usesPlugin() const { return run || hasWindows; }
 };
 
 /// The option that may be given several times, for NAME=VALUE.

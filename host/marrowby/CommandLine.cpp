@@ -106,7 +106,7 @@ std::string commandHelp(const CommandDescription &command)
 {
     OptionReader options(usageLine(command) + "\n\n" + wrapped(command.details, kHelpWidth));
     options.add(command.options, "Options");
-    if (command.run)
+    if (command.usesPlugin())
         options.add(sessionOptions(), "Options for this run");
     return options.help();
 }
@@ -143,7 +143,7 @@ Separated separate(const CommandDescription &command, const Words &words)
             break;
         }
         const OptionDescription *option = findOption(command.options, word);
-        if (!option && command.run)
+        if (!option && command.usesPlugin())
             option = findOption(sessionOptions(), word);
         if (!startsWithDash(word) || (!option && command.isOperand && command.isOperand(bytes))) {
             separated.operands.push_back(bytes);
@@ -245,7 +245,7 @@ CommandLine parseCommandLine(const std::vector<std::string> &arguments)
     const Separated separated = separate(*line.command, behind);
     OptionReader reader;
     reader.add(line.command->options, "Options");
-    if (line.command->run)
+    if (line.command->usesPlugin())
         reader.add(sessionOptions(), "Options");
     try {
         reader.read(separated.options);
@@ -255,7 +255,7 @@ CommandLine parseCommandLine(const std::vector<std::string> &arguments)
         throw BadCommandLine('-' + line.command->name + ": " + error.what() + '\n' + usageLine(*line.command));
     }
     checkOperandCount(*line.command, separated.operands.size());
-    if (line.command->run)
+    if (line.command->usesPlugin())
         takeSessionOptions(reader, &line.session);
     line.arguments.options = reader.given();
     line.arguments.values = reader.values();

@@ -6,7 +6,6 @@
 #include "host/marrowby/OneRunSettings.h"
 #include "host/marrowby/RemoteError.h"
 
-#include <QtCore/QCoreApplication>
 #include <QtCore/QFile>
 
 namespace {
@@ -36,77 +35,57 @@ QByteArray cannotConnect(const QByteArray &authority, const QByteArray &user, co
 
 } // namespace
 
+ConnectionSettings settingsForThisRun(const SessionOptions &options, bool *differs)
+{
+    ConnectionSettings settings = ConnectionSettings::load();
+    *differs = !options.nameNode.isEmpty() || !options.user.isEmpty() || options.webHdfs >= 0 ||
+               options.abandonBlock >= 0;
+    if (!options.nameNode.isEmpty())
+        settings.setAddress(options.nameNode);
+    if (!options.user.isEmpty())
+        settings.user = options.user;
+    if (options.webHdfs >= 0)
+        settings.webHdfs = options.webHdfs != 0;
+    if (options.abandonBlock >= 0)
+        settings.abandonBlock = options.abandonBlock != 0;
+    return settings;
+}
+
 Session::Session(const SessionOptions &options)
-    : m_log(options.verbose ? CapturedLog::AlsoToStandardError : CapturedLog::Quiet), m_hdfs(nullptr),
+    : m_log(options.verbose ? CapturedLog::AlsoToStandardError : CapturedLog::Quiet), m_plugin(options.plugin, m_log),
       m_connection(nullptr)
 {
-    load(options.plugin);
     connect(options);
 }
 
 Session::~Session()
 {
-    m_hdfs->deleteConnection(m_connection);
-    delete m_loader.instance();
+    m_plugin->deleteConnection(m_connection);
 }
 
 std::vector<QByteArray> Session::options() const
 {
-    return {"--plugin", QFile::encodeName(m_loader.fileName()), "--namenode", m_authority,
+    return {"--plugin", QFile::encodeName(m_plugin.fileName()), "--namenode", m_authority,
             "--user",   QString::fromUtf8(m_user).toLocal8Bit()};
-}
-
-void Session::load(const QString &plugin)
-{
-    const QString file =
-        plugin.isEmpty() ? QCoreApplication::applicationDirPath() + QLatin1String("/QuorHDFS") : plugin;
-    m_loader.setFileName(file);
-    QObject *const root = m_loader.instance();
-    if (!root)
-        throw NoConnection("cannot load the plug-in " + file.toUtf8() + ": " + m_loader.errorString().toUtf8());
-    m_hdfs = qobject_cast<QuorHDFSPluginInterface *>(root);
-    if (!m_hdfs) {
-        delete root;
-        throw NoConnection(m_loader.fileName().toUtf8() + " is a plug-in, but not for HDFS");
-    }
-    if (m_hdfs->initialize() != 0) {
-        delete root;
-        throw NoConnection("the plug-in cannot use the network: " + reasonIn(m_log.entries()));
-    }
 }
 
 void Session::connect(const SessionOptions &options)
 {
     provideUserName();
-    ConnectionSettings settings = ConnectionSettings::load();
+    bool differs = false;
+    const ConnectionSettings settings = settingsForThisRun(options, &differs);
+    // The plug-in would say the same with a null connection and no message.
+    if (!settings.hasNameNode())
+        throw NoConnection(nothingConfigured());
     std::unique_ptr<OneRunSettings> oneRun;
-    const bool stored = options.nameNode.isEmpty();
-    try {
-        if (!stored || !options.user.isEmpty() || options.webHdfs >= 0 || options.abandonBlock >= 0) {
-            if (!stored)
-                settings.setAddress(options.nameNode);
-            if (!options.user.isEmpty())
-                settings.user = options.user;
-            if (options.webHdfs >= 0)
-                settings.webHdfs = options.webHdfs != 0;
-            if (options.abandonBlock >= 0)
-                settings.abandonBlock = options.abandonBlock != 0;
-            if (settings.hasNameNode())
-                oneRun.reset(new OneRunSettings(settings));
-        }
-        // The plug-in would say the same with a null connection and no message.
-        if (!settings.hasNameNode())
-            throw NoConnection(nothingConfigured());
-        m_user = settings.effectiveUser();
-        m_authority = settings.authority();
-        m_connection = m_hdfs->connect();
-        oneRun.reset();
-        if (!m_connection) {
-            checkForInterrupt();
-            throw NoConnection(cannotConnect(m_authority, m_user, m_log.entries(), stored));
-        }
-    } catch (...) {
-        delete m_loader.instance();
-        throw;
+    if (differs)
+        oneRun.reset(new OneRunSettings(settings));
+    m_user = settings.effectiveUser();
+    m_authority = settings.authority();
+    m_connection = m_plugin->connect();
+    oneRun.reset();
+    if (!m_connection) {
+        checkForInterrupt();
+        throw NoConnection(cannotConnect(m_authority, m_user, m_log.entries(), options.nameNode.isEmpty()));
     }
 }

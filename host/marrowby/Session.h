@@ -3,10 +3,10 @@
 #define HOST_MARROWBY_SESSION_H
 
 #include "host/core/CapturedLog.h"
-#include "plugin/QuorHDFSPluginInterface.h"
+#include "host/marrowby/ConnectionSettings.h"
+#include "host/marrowby/LoadedPlugin.h"
 
 #include <QtCore/QByteArray>
-#include <QtCore/QPluginLoader>
 #include <QtCore/QString>
 
 #include <memory>
@@ -23,6 +23,9 @@ struct SessionOptions {
     bool verbose = false;
 };
 
+/// What is stored, with what `options` say for this run in place of it. `*differs`: whether they say anything.
+ConnectionSettings settingsForThisRun(const SessionOptions &options, bool *differs);
+
 class Session
 {
 public:
@@ -32,7 +35,7 @@ public:
     Session(const Session &) = delete;
     Session &operator=(const Session &) = delete;
 
-    QuorHDFSPluginInterface *operator->() const { return m_hdfs; }
+    QuorHDFSPluginInterface *operator->() const { return m_plugin.operator->(); }
     NameNodeConnection *connection() const { return m_connection; }
     const QByteArray &user() const { return m_user; }
     /// "host:port" of the NameNode.
@@ -46,12 +49,10 @@ public:
     void forgetLog() { m_log.clear(); }
 
 private:
-    void load(const QString &plugin);
     void connect(const SessionOptions &options);
 
     CapturedLog m_log;
-    QPluginLoader m_loader;
-    QuorHDFSPluginInterface *m_hdfs;
+    LoadedPlugin m_plugin;
     NameNodeConnection *m_connection;
     QByteArray m_user;
     QByteArray m_authority;

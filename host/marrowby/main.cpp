@@ -1,15 +1,18 @@
 // Marrowby on the command line: a host that works on HDFS through the plug-in, which it loads and never links to.
+#include "host/marrowby/Browse.h"
 #include "host/marrowby/CommandLine.h"
 #include "host/marrowby/Configure.h"
+#include "host/marrowby/Display.h"
 #include "host/marrowby/Errors.h"
 #include "host/marrowby/ExitStatus.h"
 #include "host/marrowby/Interrupt.h"
 #include "host/marrowby/Session.h"
 #include "host/marrowby/StandardDescriptors.h"
 
-#include <QtCore/QCoreApplication>
+#include <QApplication>
 
 #include <cstdio>
+#include <memory>
 
 namespace {
 
@@ -45,9 +48,26 @@ int runConfigure(const CommandLine &line, Output &output)
     }
 }
 
+int runBrowse(const CommandLine &line, Output &output)
+{
+    Messages messages(QByteArray::fromStdString(line.command->name), output);
+    try {
+        const bool chosen = browse(line, output);
+        output.flush();
+        return chosen ? kDone : kFailed;
+    } catch (const NoConnection &error) {
+        messages.report(error.text());
+    } catch (const Failure &failure) {
+        messages.report(failure.text());
+    }
+    return kFailed;
+}
+
 int runCommand(const CommandLine &line, Output &output)
 {
     try {
+        if (line.command->hasWindows)
+            return runBrowse(line, output);
         return line.command->run ? runConnected(line, output) : runConfigure(line, output);
     } catch (const UsageError &error) {
         output.flush();
@@ -57,11 +77,26 @@ int runCommand(const CommandLine &line, Output &output)
     }
 }
 
-int run(const std::vector<std::string> &arguments)
+std::unique_ptr<QCoreApplication> makeApplication(bool hasWindows, int &argc, char **argv)
+{
+    if (hasWindows)
+        return std::unique_ptr<QCoreApplication>(new QApplication(argc, argv));
+    return std::unique_ptr<QCoreApplication>(new QCoreApplication(argc, argv));
+}
+
+int run(int argc, char **argv)
 {
     Output output;
     try {
-        return runCommand(parseCommandLine(arguments), output);
+        // Before there is an application, which drops options that Qt knows.
+        const CommandLine line = parseCommandLine(std::vector<std::string>(argv + 1, argv + argc));
+        if (line.command->hasWindows && !hasDisplay()) {
+            std::fprintf(stderr, "%s: there is no display to show a window on\n", line.command->name.c_str());
+            return kFailed;
+        }
+        const std::unique_ptr<QCoreApplication> application = makeApplication(line.command->hasWindows, argc, argv);
+        watchForInterrupts();
+        return runCommand(line, output);
     } catch (const HelpWanted &help) {
         output.line(QByteArray(help.what()));
         output.flush();
@@ -77,11 +112,8 @@ int run(const std::vector<std::string> &arguments)
 int main(int argc, char **argv)
 {
     holdStandardDescriptors();
-    QCoreApplication application(argc, argv);
-    watchForInterrupts();
     try {
-        // From argv and not from the application, which drops options that Qt knows.
-        return run(std::vector<std::string>(argv + 1, argv + argc));
+        return run(argc, argv);
     } catch (const Interrupted &end) {
         return kSignalled + end.signal;
     } catch (const OutputClosed &) {
