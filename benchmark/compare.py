@@ -4,6 +4,7 @@ import argparse
 import tempfile
 
 from checksums import measure_crc
+from dialog import measure_dialog
 from namespace import measure_list, measure_start, measure_stat
 from reading import measure_read
 from table import Table
@@ -13,7 +14,7 @@ from writing import measure_copy, measure_memory, measure_small, measure_write
 
 MEASUREMENTS = {"crc": measure_crc, "read random": measure_read, "webhdfs": measure_webhdfs, "write": measure_write,
                 "small": measure_small, "copy": measure_copy, "memory": measure_memory, "list": measure_list,
-                "stat": measure_stat, "start": measure_start}
+                "stat": measure_stat, "start": measure_start, "dialog": measure_dialog}
 
 
 def main():
