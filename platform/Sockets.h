@@ -4,6 +4,16 @@
 #define PLATFORM_SOCKETS_H
 
 #ifdef _WIN32
+// The rest of Windows' headers makes macros of everyday words: ERROR, min, max.
+#ifndef WIN32_LEAN_AND_MEAN
+#define WIN32_LEAN_AND_MEAN
+#endif
+#ifndef NOMINMAX
+#define NOMINMAX
+#endif
+#ifndef NOGDI
+#define NOGDI
+#endif
 #include <winsock2.h>
 #include <ws2tcpip.h>
 #else

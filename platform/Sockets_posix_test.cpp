@@ -55,6 +55,16 @@ TEST_F(PosixSockets, ReportAResetOnceAsPendingError)
     EXPECT_EQ(0, platform::pendingError(m_handle));
 }
 
+TEST_F(PosixSockets, SayThatThePeerHasReset)
+{
+    m_peer.addScript([](ScriptedConnection &connection) { connection.reset(); });
+    connectToPeer();
+    m_peer.waitUntilOver(1);
+    char byte;
+    EXPECT_EQ(-1, platform::receiveOnce(m_handle, &byte, 1));
+    EXPECT_EQ(ECONNRESET, platform::lastSocketError());
+}
+
 TEST_F(PosixSockets, DoNotRaiseASignalWhenNobodyListensAnyMore)
 {
     m_peer.addScript([](ScriptedConnection &connection) { connection.reset(); });

@@ -145,14 +145,14 @@ TEST_F(Sockets, SwitchNagleOff)
     EXPECT_TRUE(isNagleOff(m_handle));
 }
 
-TEST_F(Sockets, FailWhenThePeerHasReset)
+TEST_F(Sockets, ReceiveNothingAnyMoreWhenThePeerHasReset)
 {
     m_peer.addScript([](ScriptedConnection &connection) { connection.reset(); });
     connectToPeer();
     m_peer.waitUntilOver(1);
     char byte;
-    EXPECT_EQ(-1, platform::receiveOnce(m_handle, &byte, 1));
-    EXPECT_EQ(systemError(ECONNRESET), platform::lastSocketError());
+    EXPECT_LE(platform::receiveOnce(m_handle, &byte, 1), 0);
+    EXPECT_LE(platform::receiveWhole(m_handle, &byte, 1), 0);
 }
 
 TEST_F(Sockets, TakeALowWaterMarkForWhateverTheSystemMakesOfIt)

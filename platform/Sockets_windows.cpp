@@ -116,7 +116,15 @@ std::int64_t receiveOnce(SocketHandle handle, char *buffer, std::uint32_t length
 
 std::int64_t receiveWhole(SocketHandle handle, char *buffer, std::uint32_t length)
 {
-    return receive(handle, buffer, length, MSG_WAITALL);
+    // Windows waits for all of it. Wine does not: there it takes more than one call.
+    std::uint32_t whole = 0;
+    while (whole < length) {
+        const std::int64_t received = receive(handle, buffer + whole, length - whole, MSG_WAITALL);
+        if (received <= 0)
+            return whole > 0 ? whole : received;
+        whole += static_cast<std::uint32_t>(received);
+    }
+    return whole;
 }
 
 std::int64_t receiveWithin(SocketHandle handle, char *buffer, std::uint32_t length, int milliseconds)

@@ -4,6 +4,7 @@
 
 #include "rpc/HdfsFileStatus.h"
 #include "rpc/NameNodeConnection.h"
+#include "testing/LoadedLibrary.h"
 #include "testing/NamespaceMessages.h"
 #include "testing/OpenDescriptors.h"
 #include "testing/ScriptedNameNode.h"
@@ -17,12 +18,10 @@
 #include <QtCore/QLibrary>
 #include <QtCore/QPluginLoader>
 #include <QtCore/QPointer>
-#include <QtCore/QProcess>
 #include <QtCore/QSet>
 #include <QtCore/QStringList>
 #include <QtCore/QTemporaryDir>
 
-#include <dlfcn.h>
 #include <functional>
 
 namespace oracle = hadoop::oracle;
@@ -42,13 +41,7 @@ public:
     }
     QString fileName() const { return copyOf(QUORHDFS_LIBRARY); }
 
-    bool isLoaded() const
-    {
-        void *handle = ::dlopen(QFile::encodeName(fileName()).constData(), RTLD_LAZY | RTLD_NOLOAD);
-        if (handle)
-            ::dlclose(handle);
-        return handle != nullptr;
-    }
+    bool isLoaded() const { return isLibraryLoaded(fileName()); }
 
 private:
     QString copyOf(const char *original) const { return m_directory.path() + "/" + QFileInfo(original).fileName(); }
@@ -111,17 +104,8 @@ TEST_F(PluginEntry, SaysTheBuildKeyCharacterForCharacter)
 
 TEST_F(PluginEntry, ExportsItsEntryPointsAndNothingElse)
 {
-    QProcess nm;
-    nm.start("nm", QStringList() << "--dynamic"
-                                 << "--defined-only"
-                                 << "--format=posix" << QUORHDFS_LIBRARY);
-    ASSERT_TRUE(nm.waitForFinished());
-    ASSERT_EQ(0, nm.exitCode());
-    QSet<QString> symbols;
-    for (const QByteArray &line : nm.readAllStandardOutput().split('\n')) {
-        if (!line.isEmpty())
-            symbols.insert(line.split(' ').at(0));
-    }
+    ASSERT_TRUE(root());
+    QSet<QString> symbols = exportedSymbols(loader.fileName());
     EXPECT_TRUE(symbols.remove("qt_plugin_instance"));
     EXPECT_TRUE(symbols.remove("qt_plugin_query_verification_data"));
     // How Qt 5 finds the interface's identifier.
