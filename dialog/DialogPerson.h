@@ -42,7 +42,7 @@ public:
         ByEscape, ///< leaves
     };
 
-    /// Shows the dialog and waits until it is the active window. With null the dialog shows itself (`exec`).
+    /// Shows the dialog, unless it shows itself already (`exec`), and waits until it is the active window.
     explicit DialogPerson(HDFSFileDialog *dialog);
     ~DialogPerson();
     DialogPerson(const DialogPerson &) = delete;
@@ -136,6 +136,7 @@ private:
     std::vector<SeenBox> m_boxes;
     std::vector<std::string> m_menu;
     int m_menusSeen;
+    int m_looks; ///< at a box or menu that is not ready yet
     QPointer<QWidget> m_answered;
 };
 

@@ -39,9 +39,19 @@ NameNodeConnection *FileDialogTest::connectToScripted(QString *userName)
 
 void FileDialogTest::open(DialogMode mode, const std::string &selection, const std::string &filter)
 {
+    makeDialog(mode, selection, filter);
+    callPerson();
+}
+
+void FileDialogTest::makeDialog(DialogMode mode, const std::string &selection, const std::string &filter)
+{
     close();
     dialog.reset(new HDFSFileDialog(nullptr, mode, QLatin1String("Choose"), QString::fromStdString(selection),
                                     QString::fromStdString(filter), &connectToScripted));
+}
+
+void FileDialogTest::callPerson()
+{
     person.reset(new DialogPerson(dialog.get()));
 }
 

@@ -26,6 +26,9 @@ protected:
 
     /// Opens a dialog and puts the person in front of it. One at a time.
     void open(DialogMode mode, const std::string &selection, const std::string &filter = std::string());
+    /// The two steps of it.
+    void makeDialog(DialogMode mode, const std::string &selection, const std::string &filter = std::string());
+    void callPerson();
     void close();
 
     /// An absolute path in the test's own directory, which is itself for "".

@@ -15,6 +15,7 @@
 #include "ui_HDFSFileDialog.h"
 
 #include <QApplication>
+#include <QDesktopWidget>
 #include <QHeaderView>
 #include <QKeyEvent>
 #include <QMenu>
@@ -32,6 +33,9 @@ const int kDefaultBlockSize = 64; // megabytes
 const int kWriteBits = 0222;
 /// Widths of the detail view's columns, in heights of the host's font.
 const int kColumnWidths[] = {21, 6, 9, 11, 6, 6};
+const int kFormDotsPerInch = 96;
+const int kNextDotsPerInch = 120; ///< the next larger setting of Windows; in between the form is large enough
+const double kShareOfScreen = 0.9;
 /// A server that claims to have every name must not keep the dialog asking.
 const int kMostNewFolderNames = 10000;
 
@@ -45,6 +49,12 @@ bool takeNumber(const QString &text, int *number)
     return true;
 }
 
+/// Whether a text is the path of a local drive ("D:/x"), which no name in HDFS can be.
+bool beginsWithDrive(const QString &text)
+{
+    return text.length() >= 3 && text.at(1) == QLatin1Char(':');
+}
+
 } // namespace
 
 HDFSFileDialog::HDFSFileDialog(QWidget *parent, DialogMode mode, const QString &title, const QString &selection,
@@ -53,6 +63,7 @@ HDFSFileDialog::HDFSFileDialog(QWidget *parent, DialogMode mode, const QString &
       m_mode(mode), m_connection(nullptr), m_model(nullptr), m_proxy(nullptr), m_lookInModel(nullptr)
 {
     m_ui->setupUi(this);
+    growWithDensity();
     setWindowTitle(title);
     setUpModels();
     m_ui->listModeButton->setChecked(true);
@@ -63,7 +74,8 @@ HDFSFileDialog::HDFSFileDialog(QWidget *parent, DialogMode mode, const QString &
     m_ui->listModeButton->setIcon(style()->standardIcon(QStyle::SP_FileDialogContentsView));
     m_ui->detailModeButton->setIcon(style()->standardIcon(QStyle::SP_FileDialogDetailedView));
     m_ui->newFolderButton->setIcon(style()->standardIcon(QStyle::SP_FileDialogNewFolder));
-    m_ui->splitter->setSizes(QList<int>() << 80 << 500);
+    const int density = qMax(logicalDpiY(), kFormDotsPerInch);
+    m_ui->splitter->setSizes(QList<int>() << 80 * density / kFormDotsPerInch << 500 * density / kFormDotsPerInch);
     setUpBookmarks();
     setUpFilters(filter);
     setUpKeys();
@@ -82,6 +94,16 @@ HDFSFileDialog::~HDFSFileDialog()
     delete m_proxy;
     delete m_lookInModel;
     QPixmapCache::clear();
+}
+
+/// The form's size is for 96 dots per inch. Where texts have more dots, it would show a few rows of files only.
+void HDFSFileDialog::growWithDensity()
+{
+    const int dotsPerInch = logicalDpiY();
+    if (dotsPerInch < kNextDotsPerInch)
+        return;
+    const QSize room = QApplication::desktop()->availableGeometry(this).size() * kShareOfScreen;
+    resize((size() * dotsPerInch / kFormDotsPerInch).boundedTo(room).expandedTo(size()));
 }
 
 void HDFSFileDialog::setUpModels()
@@ -193,6 +215,7 @@ void HDFSFileDialog::connectSignals()
                      SLOT(on_currentChanged(QModelIndex)));
     QObject::connect(m_model, SIGNAL(dataChanged(QModelIndex, QModelIndex)), this,
                      SLOT(followRename(QModelIndex, QModelIndex)));
+    QObject::connect(m_model, SIGNAL(modelAboutToBeReset()), this, SLOT(forgetActivations()));
     QObject::connect(m_ui->fileNameEdit, SIGNAL(textChanged(QString)), this, SLOT(updateOkButton()));
     QObject::connect(m_ui->fileNameEdit, SIGNAL(textEdited(QString)), this, SLOT(forgetCurrentItem()));
     QObject::connect(m_ui->listWidget, SIGNAL(clicked(QModelIndex)), this, SLOT(on_clickBookmarks(QModelIndex)));
@@ -302,6 +325,13 @@ void HDFSFileDialog::on_enterDirectory(const QModelIndex &index)
     if (m_mode == DialogModeDirectory)
         m_ui->fileNameEdit->clear();
     setDirectory(path);
+}
+
+/// An activation that is still queued (the Enter key was pressed twice while the dialog was busy) names a row that is
+/// about to go.
+void HDFSFileDialog::forgetActivations()
+{
+    QCoreApplication::removePostedEvents(this, QEvent::MetaCall);
 }
 
 void HDFSFileDialog::selectPath(const QString &path)
@@ -452,7 +482,10 @@ QString HDFSFileDialog::absolutePath(const QString &text) const
     const QString current = m_model->currentPath();
     if (text.isEmpty())
         return current;
-    if (isHdfsPath(text) || (!isHdfsPath(current) && platform::isAbsoluteLocalPath(text)))
+    if (isHdfsPath(text) || beginsWithDrive(text))
+        return text;
+    // "/x" is of HDFS while HDFS is shown.
+    if (!isHdfsPath(current) && platform::isAbsoluteLocalPath(text))
         return text;
     return joinPath(current, text);
 }

@@ -82,6 +82,7 @@ private slots:
 
     void refresh();
     void forgetCurrentItem();
+    void forgetActivations();
     void followRename(const QModelIndex &topLeft, const QModelIndex &bottomRight);
 
 protected:
@@ -93,6 +94,7 @@ private:
     QString absolutePath(const QString &text) const;
     QString writeOptions() const;
 
+    void growWithDensity();
     void setUpModels();
     void setUpBookmarks();
     void addBookmark(const QString &place, QStyle::StandardPixmap icon);

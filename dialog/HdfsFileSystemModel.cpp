@@ -11,14 +11,12 @@
 
 #include <QtCore/QDateTime>
 #include <QtCore/QDir>
-#include <QtCore/QDirIterator>
 #include <QtCore/QFile>
 #include <QtCore/QHash>
 #include <QtCore/QLocale>
 #include <QtGui/QBrush>
 #include <QtGui/QIcon>
 
-#include <QApplication>
 #include <QWidget>
 
 #include <cstdlib>
@@ -32,11 +30,6 @@ const char kNotListed[] = "FFC8C8";
 bool isDirectory(const HdfsFileStatus &entry)
 {
     return entry.kind == 'D';
-}
-
-QIcon standardIcon(QStyle::StandardPixmap which)
-{
-    return QApplication::style()->standardIcon(which);
 }
 
 /// The names of users or groups by their numbers: a directory has few of them, and to ask the system for each file is
@@ -65,7 +58,7 @@ private:
 } // namespace
 
 HdfsFileSystemModel::HdfsFileSystemModel(DialogContext &dialog, QObject *parent)
-    : QAbstractTableModel(parent), m_entries(nullptr), m_rowCount(0), m_dialog(dialog)
+    : QAbstractTableModel(parent), m_entries(nullptr), m_rowCount(0), m_dialog(dialog), m_revision(0)
 {
 }
 
@@ -83,6 +76,7 @@ void HdfsFileSystemModel::freeEntries()
     std::free(m_entries);
     m_entries = nullptr;
     m_rowCount = 0;
+    ++m_revision;
 }
 
 /// Makes room for so many entries; those that are there stay. False when there is no memory for them.
@@ -102,6 +96,7 @@ void HdfsFileSystemModel::listDirectory(const QString &path)
     // rows, not the records that are gone.
     beginResetModel();
     freeEntries();
+    m_styleIcons.forget();
     m_currentPath = path;
     // "/" alone is the local root, not the computer level.
     if (m_currentPath.length() > 1 && m_currentPath.endsWith(QLatin1Char('/')))
@@ -112,6 +107,7 @@ void HdfsFileSystemModel::listDirectory(const QString &path)
         listed = listHdfsDirectory();
     else
         listLocalDirectory();
+    ++m_revision;
     endResetModel();
     if (!isComputerLevel())
         setBackgroundColour(QLatin1String(listed ? kListed : kNotListed));
@@ -170,25 +166,19 @@ bool HdfsFileSystemModel::takeListing(HdfsFileStatus *head, qint32 count)
 void HdfsFileSystemModel::listLocalDirectory()
 {
     // With its "/": "D:" alone would be the current directory of that drive.
-    QDirIterator files(entryPath(QString()), QDir::Dirs | QDir::Files | QDir::Drives | QDir::NoDotAndDotDot);
+    const QFileInfoList files =
+        QDir(entryPath(QString()))
+            .entryInfoList(QDir::Dirs | QDir::Files | QDir::Drives | QDir::NoDotAndDotDot, QDir::NoSort);
+    if (files.isEmpty() || !reserveEntries(files.size()))
+        return;
     NamesByNumber owners;
     NamesByNumber groups;
-    qint32 room = 0;
-    while (files.hasNext()) {
-        files.next();
-        const QFileInfo file = files.fileInfo();
-        if (m_rowCount == room) {
-            room = room < 64 ? 64 : room + room / 2;
-            if (!reserveEntries(room))
-                break;
-        }
+    foreach (const QFileInfo &file, files) {
         m_entries[m_rowCount] = recordOfLocalFile(file, owners.owner(file), groups.group(file));
         if (!m_entries[m_rowCount])
             break;
         ++m_rowCount;
     }
-    if (m_rowCount > 0)
-        reserveEntries(m_rowCount);
 }
 
 int HdfsFileSystemModel::rowCount(const QModelIndex &parent) const
@@ -258,7 +248,7 @@ QVariant HdfsFileSystemModel::driveData(int row, int column, int role) const
 {
     const DriveEntry &drive = m_drives.at(row);
     if (role == Qt::DecorationRole && column == NameColumn)
-        return standardIcon(row < m_drives.size() - 1 ? QStyle::SP_DriveHDIcon : QStyle::SP_DriveNetIcon);
+        return m_styleIcons.icon(row < m_drives.size() - 1 ? QStyle::SP_DriveHDIcon : QStyle::SP_DriveNetIcon);
     if (role != Qt::DisplayRole && role != Qt::UserRole)
         return QVariant();
     switch (column) {
@@ -332,9 +322,9 @@ QString HdfsFileSystemModel::typeText(const HdfsFileStatus &entry) const
 QIcon HdfsFileSystemModel::entryIcon(const HdfsFileStatus &entry) const
 {
     if (isDirectory(entry))
-        return standardIcon(QStyle::SP_DirIcon);
+        return m_styleIcons.icon(QStyle::SP_DirIcon);
     const QIcon icon = iconForFileName(textOf(entry.path));
-    return icon.isNull() ? standardIcon(QStyle::SP_FileIcon) : icon;
+    return icon.isNull() ? m_styleIcons.icon(QStyle::SP_FileIcon) : icon;
 }
 
 namespace {
@@ -439,6 +429,19 @@ bool HdfsFileSystemModel::isEntryName(const QString &name) const
            !name.contains(QLatin1Char('/')) && (isHdfs() || !name.contains(QDir::separator()));
 }
 
+/// Whether another entry of the current HDFS directory has this name. The NameNode says neither that it refused to rename to
+/// the name of a file nor that it moved what was to be renamed into the directory of that name.
+bool HdfsFileSystemModel::isTaken(const QString &name) const
+{
+    if (!isHdfs())
+        return false;
+    for (qint32 row = 0; row < m_rowCount; ++row) {
+        if (textOf(m_entries[row]->path) == name)
+            return true;
+    }
+    return false;
+}
+
 bool HdfsFileSystemModel::setData(const QModelIndex &index, const QVariant &value, int role)
 {
     if (role != Qt::EditRole || !record(index) || index.column() != NameColumn)
@@ -450,13 +453,14 @@ bool HdfsFileSystemModel::setData(const QModelIndex &index, const QVariant &valu
         return true;
     // Made first: a rename that has happened has to be shown.
     HdfsFileStatus *renamed = recordWithName(*entry, newName.toUtf8());
-    if (!renamed || !isEntryName(newName) || !renameEntry(oldName, newName)) {
+    if (!renamed || !isEntryName(newName) || isTaken(newName) || !renameEntry(oldName, newName)) {
         ClientProtocol::freeListing(renamed);
         logToHost("Cannot rename");
         return false;
     }
     ClientProtocol::freeListing(entry);
     entry = renamed;
+    ++m_revision;
     emit dataChanged(index, index);
     return true;
 }
@@ -483,6 +487,7 @@ QModelIndex HdfsFileSystemModel::mkdir(const QString &name)
     beginResetModel();
     m_entries[m_rowCount] = folder;
     ++m_rowCount;
+    ++m_revision;
     endResetModel();
     return createIndex(m_rowCount - 1, NameColumn);
 }

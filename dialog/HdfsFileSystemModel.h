@@ -1,6 +1,7 @@
 #ifndef DIALOG_HDFSFILESYSTEMMODEL_H
 #define DIALOG_HDFSFILESYSTEMMODEL_H
 
+#include "dialog/StyleIcons.h"
 #include "rpc/HdfsFileStatus.h"
 
 #include <QtCore/QAbstractTableModel>
@@ -86,6 +87,9 @@ public:
     /// The record behind an index, for as long as the rows stay; null at the computer level and for an invalid index.
     const HdfsFileStatus *record(const QModelIndex &index) const;
 
+    /// Another number after each change of the rows.
+    quint64 revision() const { return m_revision; }
+
 private:
     Q_DISABLE_COPY(HdfsFileSystemModel)
 
@@ -98,6 +102,7 @@ private:
     bool isHdfs() const;
     QString entryPath(const QString &name) const;
     bool isEntryName(const QString &name) const;
+    bool isTaken(const QString &name) const;
 
     void freeEntries();
     bool reserveEntries(qint32 count);
@@ -122,6 +127,8 @@ private:
     qint32 m_rowCount;
     DialogContext &m_dialog;
     QFileIconProvider m_iconProvider;
+    mutable StyleIcons m_styleIcons;
+    quint64 m_revision;
     QVector<DriveEntry> m_drives; ///< made on the first visit of the computer level
 };
 

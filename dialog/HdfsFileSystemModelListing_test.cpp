@@ -243,7 +243,8 @@ TEST_F(HdfsFileSystemModelListing, TheComputerLevelHasARowPerDriveAndHdfsAsItsLa
         EXPECT_EQ(path.toStdString(), text(row, 0));
         quint64 capacity = 0;
         quint64 remaining = 0;
-        ASSERT_TRUE(platform::diskSpace(path, &capacity, &remaining));
+        // That of an empty drive stays 0.
+        platform::diskSpace(path, &capacity, &remaining);
         EXPECT_EQ(model.formatSize(static_cast<qint64>(capacity)).toStdString(), text(row, 1));
         EXPECT_NE("", text(row, 2));
         EXPECT_EQ(QVariant(0), model.data(at(row, 3)));

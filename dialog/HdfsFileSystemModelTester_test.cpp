@@ -4,6 +4,7 @@
 
 #include "testing/FileModelTest.h"
 
+#include <QtCore/QCoreApplication>
 #include <QtCore/QTemporaryDir>
 #include <QtTest/QAbstractItemModelTester>
 
@@ -123,6 +124,7 @@ TEST_P(HdfsFileSystemModelTester, FindsNothingWhileViewsShowAndSelectRows)
     answerWithResult<oracle::MkdirsResponseProto>("mkdirs", true);
     EXPECT_TRUE(model.mkdir(QLatin1String("New Folder")).isValid());
     QCoreApplication::processEvents();
+    nameNode.answer("getFsStats", fsStats());
     model.listDirectory(QString());
     QCoreApplication::processEvents();
     listHdfs({fileStatus("a.b")});

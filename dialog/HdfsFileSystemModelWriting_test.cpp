@@ -108,6 +108,19 @@ TEST_F(HdfsFileSystemModelWriting, ARefusedRenameKeepsTheOldName)
     EXPECT_EQ(1, log.lines().back().level);
 }
 
+TEST_F(HdfsFileSystemModelWriting, AnHdfsNameThatAnotherEntryHasIsRefusedWithoutACall)
+{
+    listHdfs({fileStatus("a"), fileStatus("b"), directoryStatus("d")});
+    answerRenames();
+    EXPECT_FALSE(rename(0, "b"));
+    EXPECT_FALSE(rename(0, "d"));
+    EXPECT_EQ((std::vector<std::string>{"a", "b", "d"}), names());
+    EXPECT_TRUE(nameNode.calls("rename").empty());
+    EXPECT_EQ(0, changes.count());
+    EXPECT_TRUE(log.holds({kCannotRename, kCannotRename}));
+    EXPECT_TRUE(rename(0, "c"));
+}
+
 TEST_F(HdfsFileSystemModelWriting, RenamingWithoutAConnectionIsRefused)
 {
     listHdfs({fileStatus("a")});
@@ -125,7 +138,7 @@ TEST_F(HdfsFileSystemModelWriting, OnlyTheNameItselfIsTakenAndOnlyWhenItIsEdited
     for (int column = 1; column < 6; ++column)
         EXPECT_FALSE(model.setData(at(0, column), QLatin1String("b"), Qt::EditRole));
     EXPECT_FALSE(model.setData(QModelIndex(), QLatin1String("b"), Qt::EditRole));
-    model.listDirectory(directory.path());
+    nameNode.answer("getFsStats", fsStats());
     model.listDirectory(QString());
     EXPECT_FALSE(model.setData(at(0), QLatin1String("b"), Qt::EditRole));
     EXPECT_TRUE(nameNode.calls("rename").empty());

@@ -10,6 +10,18 @@ const HdfsFileSystemModel *files(const QAbstractItemModel *sourceModel)
     return static_cast<const HdfsFileSystemModel *>(sourceModel);
 }
 
+bool comesBeforeByName(const HdfsFileSystemModel &model, const QModelIndex &left, const QModelIndex &right)
+{
+    if (model.isDir(left) != model.isDir(right))
+        return model.isDir(left);
+    const HdfsFileStatus *leftRecord = model.record(left);
+    const HdfsFileStatus *rightRecord = model.record(right);
+    const int order = leftRecord && rightRecord
+                          ? naturalCompare(leftRecord->path, rightRecord->path, Qt::CaseInsensitive)
+                          : naturalCompare(model.fileName(left), model.fileName(right), Qt::CaseInsensitive);
+    return order < 0;
+}
+
 } // namespace
 
 HdfsSortFilterProxyModel::HdfsSortFilterProxyModel(QObject *parent) : QSortFilterProxyModel(parent)
@@ -33,13 +45,17 @@ bool HdfsSortFilterProxyModel::filterAcceptsRow(int sourceRow, const QModelIndex
 bool HdfsSortFilterProxyModel::lessThan(const QModelIndex &left, const QModelIndex &right) const
 {
     const HdfsFileSystemModel *model = files(sourceModel());
-    if (left.column() == HdfsFileSystemModel::NameColumn) {
-        if (model->isDir(left) != model->isDir(right))
-            return model->isDir(left);
-        return naturalCompare(model->fileName(left), model->fileName(right), Qt::CaseInsensitive) < 0;
+    switch (left.column()) {
+    case HdfsFileSystemModel::NameColumn:
+        return comesBeforeByName(*model, left, right);
+    case HdfsFileSystemModel::SizeColumn:
+        // Not the other way round as well, deliberately: a directory on the right is compared like a file.
+        return (model->isDir(left) && !model->isDir(right)) || QSortFilterProxyModel::lessThan(left, right);
+    default:
+        // The same in little time: all columns behind these two are texts.
+        if (sortRole() == Qt::UserRole && sortCaseSensitivity() == Qt::CaseInsensitive && !isSortLocaleAware() &&
+            model->record(left))
+            return m_textRanks.isLess(*model, left.column(), left.row(), right.row());
+        return QSortFilterProxyModel::lessThan(left, right);
     }
-    // Not the other way round as well, deliberately: a directory on the right is compared like a file.
-    if (left.column() == HdfsFileSystemModel::SizeColumn && model->isDir(left) && !model->isDir(right))
-        return true;
-    return QSortFilterProxyModel::lessThan(left, right);
 }

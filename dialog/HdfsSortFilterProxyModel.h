@@ -2,6 +2,7 @@
 #define DIALOG_HDFSSORTFILTERPROXYMODEL_H
 
 #include "dialog/NameFilter.h"
+#include "dialog/TextRanks.h"
 
 #include <QSortFilterProxyModel>
 
@@ -26,6 +27,7 @@ public:
 
 private:
     NameFilter m_nameFilter;
+    mutable TextRanks m_textRanks;
 };
 
 #endif

@@ -22,14 +22,15 @@ void NameFilter::setFilter(const QString &filter)
     m_patterns.clear();
     foreach (const QString &pattern, patternsOf(filter).split(QLatin1Char(' '))) {
         if (!pattern.isEmpty())
-            m_patterns.append(QRegExp(pattern, Qt::CaseInsensitive, QRegExp::Wildcard));
+            m_patterns.append(Wildcard(pattern));
     }
 }
 
 bool NameFilter::matches(const QString &name) const
 {
+    const FoldedName folded(name);
     for (int i = m_patterns.size() - 1; i >= 0; --i) {
-        if (m_patterns.at(i).exactMatch(name))
+        if (m_patterns.at(i).matches(folded))
             return true;
     }
     return false;

@@ -1,8 +1,9 @@
 #ifndef DIALOG_NAMEFILTER_H
 #define DIALOG_NAMEFILTER_H
 
+#include "dialog/Wildcard.h"
+
 #include <QtCore/QList>
-#include <QtCore/QRegExp>
 #include <QtCore/QString>
 
 /// Which file names one line of the dialog's file types lets through. Lets nothing through before `setFilter`.
@@ -21,7 +22,7 @@ public:
     QString firstPattern() const { return m_patterns.isEmpty() ? QString() : m_patterns.first().pattern(); }
 
 private:
-    QList<QRegExp> m_patterns;
+    QList<Wildcard> m_patterns;
 };
 
 #endif

@@ -4,9 +4,8 @@
 #include <gtest/gtest.h>
 
 #include <QtCore/QLocale>
-#include <QtCore/QVector>
 
-#include <cstring>
+#include <algorithm>
 #include <memory>
 #include <random>
 #include <vector>
@@ -129,7 +128,18 @@ struct BareBytes {
     ByteString view;
 };
 
-TEST(NaturalCompareAgreement, NamesAtRandomAreOrderedAsThePlainWayOrdersThem)
+class NaturalCompareAgreement : public ::testing::Test
+{
+protected:
+    /// A language that orders characters otherwise than their codes, whatever that of the environment is. Qt asks for
+    /// it at the first comparison of the process, and so do we.
+    NaturalCompareAgreement() { QLocale::setDefault(QLocale(QLocale::English, QLocale::UnitedStates)); }
+    ~NaturalCompareAgreement() override { QLocale::setDefault(outer); }
+
+    const QLocale outer;
+};
+
+TEST_F(NaturalCompareAgreement, NamesAtRandomAreOrderedAsThePlainWayOrdersThem)
 {
     RandomNames names(20);
     for (int i = 0; i < 200000; ++i) {
@@ -142,7 +152,7 @@ TEST(NaturalCompareAgreement, NamesAtRandomAreOrderedAsThePlainWayOrdersThem)
     }
 }
 
-TEST(NaturalCompareAgreement, NamesInUtf8AreOrderedAsTheirTextsAre)
+TEST_F(NaturalCompareAgreement, NamesInUtf8AreOrderedAsTheirTextsAre)
 {
     RandomNames names(21);
     for (int i = 0; i < 200000; ++i) {
@@ -157,7 +167,7 @@ TEST(NaturalCompareAgreement, NamesInUtf8AreOrderedAsTheirTextsAre)
     }
 }
 
-TEST(NaturalCompareAgreement, BytesThatAreNoUtf8AreOrderedAsWhatTheyAreShownAs)
+TEST_F(NaturalCompareAgreement, BytesThatAreNoUtf8AreOrderedAsWhatTheyAreShownAs)
 {
     std::mt19937 random(22);
     for (int i = 0; i < 50000; ++i) {
@@ -176,7 +186,7 @@ TEST(NaturalCompareAgreement, BytesThatAreNoUtf8AreOrderedAsWhatTheyAreShownAs)
 
 /// Each name of up to three of these characters with each other one: numbers and blanks at every place where the
 /// looking ahead begins or ends.
-TEST(NaturalCompareAgreement, ShortNamesOfDigitsAndBlanksAgreeAllOfThem)
+TEST_F(NaturalCompareAgreement, ShortNamesOfDigitsAndBlanksAgreeAllOfThem)
 {
     const QString characters = QLatin1String("01 a");
     std::vector<QString> names(1);
@@ -198,7 +208,7 @@ TEST(NaturalCompareAgreement, ShortNamesOfDigitsAndBlanksAgreeAllOfThem)
     }
 }
 
-TEST(NaturalCompareAgreement, EachPairOfAsciiCharactersIsOrderedAsTheLocaleOrdersIt)
+TEST_F(NaturalCompareAgreement, EachPairOfAsciiCharactersIsOrderedAsTheLocaleOrdersIt)
 {
     for (ushort code1 = 0; code1 < 128; ++code1) {
         for (ushort code2 = 0; code2 < 128; ++code2) {

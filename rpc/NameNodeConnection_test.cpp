@@ -4,6 +4,7 @@
 #include "testing/LogCapture.h"
 #include "testing/OpenDescriptors.h"
 #include "testing/ScriptedNameNode.h"
+#include "testing/SocketOptions.h"
 #include "testing/SystemCallFaults.h"
 
 #include <gtest/gtest.h>
@@ -356,6 +357,9 @@ TEST_F(NameNodeConnectionTest, NoticesBeforeACallThatItWasReset)
     ASSERT_EQ(0, connect());
     EXPECT_EQ(0, call());
     nameNode.peer().waitUntilOver(1);
+    SystemCallFaults faults;
+    if (!showsResets())
+        faults.fail(SystemCall::GetOption, 0, ECONNRESET);
     EXPECT_EQ(2, call());
     EXPECT_EQ(2, call());
     EXPECT_TRUE(log.holds({"Not connected any more to NameNode", "Not connected any more to NameNode"}));

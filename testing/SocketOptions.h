@@ -4,6 +4,10 @@
 
 #include "platform/Sockets.h"
 
+/// Whether a socket shows as its pending error that the peer has reset the connection. Wine takes note of a reset by
+/// itself, and the error is gone then.
+bool showsResets();
+
 /// TCP_NODELAY.
 bool isNagleOff(platform::SocketHandle handle);
 

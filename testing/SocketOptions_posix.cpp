@@ -4,6 +4,11 @@
 #include <netinet/in.h>
 #include <netinet/tcp.h>
 
+bool showsResets()
+{
+    return true;
+}
+
 bool isNagleOff(platform::SocketHandle handle)
 {
     int on = 0;

@@ -1,5 +1,10 @@
 #include "testing/SocketOptions.h"
 
+bool showsResets()
+{
+    return ::GetProcAddress(::GetModuleHandleW(L"ntdll.dll"), "wine_get_version") == nullptr;
+}
+
 bool isNagleOff(platform::SocketHandle handle)
 {
     int on = 0;

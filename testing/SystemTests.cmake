@@ -4,6 +4,8 @@
 # the list variable.
 function(quorhdfs_leave_out_tests_of_other_systems list_name)
     set(posix_only_tests
+        # A device that is always full.
+        host/core/MainUI_posix_test.cpp
         # One root for all, links, names that are no text.
         dialog/HdfsFileSystemModelLocal_posix_test.cpp
         # The INI file, its directory, and what can be written into it by hand.
@@ -12,6 +14,7 @@ function(quorhdfs_leave_out_tests_of_other_systems list_name)
         # where the tests for Windows run, shows it as the end of the connection.)
         platform/Sockets_posix_test.cpp
         # Icon themes.
+        dialog/FileIcon_posix_test.cpp
         platform/ShellIcon_posix_test.cpp)
     set(windows_only_tests
         # The system is asked twice, first for the size.

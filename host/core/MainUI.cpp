@@ -3,9 +3,9 @@
 #include "host/core/CapturedLog.h"
 #include "host/core/InnermostCapture.h"
 
+#include <QApplication>
+#include <QFontMetrics>
 #include <QtCore/QByteArray>
-#include <QtGui/QFontMetrics>
-#include <QtGui/QGuiApplication>
 
 #include <cstdio>
 
@@ -51,7 +51,7 @@ void MainUI::addLog(LogLevel, QString text)
 
 int MainUI::pixelSize()
 {
-    if (!qobject_cast<QGuiApplication *>(QCoreApplication::instance()))
+    if (!qobject_cast<QApplication *>(QCoreApplication::instance()))
         return kFontHeight;
-    return QFontMetrics(QGuiApplication::font()).height();
+    return QFontMetrics(QApplication::font()).height();
 }

@@ -3,6 +3,7 @@
 There is no window manager: the person gives the keyboard to the window that it works in.
 """
 import collections
+import contextlib
 import subprocess
 import time
 
@@ -44,13 +45,19 @@ def wait_for(condition, what, patience=PATIENCE):
         time.sleep(0.03)
 
 
-def window(title):
-    """The visible window of that title, with the keyboard; waits for it."""
+def focus(found):
+    xdotool("windowfocus", "--sync", found.id)
+
+
+def window(title, check=lambda: None, other_than=None):
+    """The visible window of that title, with the keyboard; waits for it for as long as the check raises nothing."""
     def find():
-        return next((each for each in reversed(visible_windows()) if each.title == title), None)
+        check()
+        return next((each for each in reversed(visible_windows())
+                     if each.title == title and not (other_than and each.id == other_than.id)), None)
 
     found = wait_for(find, f"the window '{title}'")
-    xdotool("windowfocus", "--sync", found.id)
+    focus(found)
     return found
 
 
@@ -67,12 +74,13 @@ def write(text):
     xdotool("type", "--delay", 4, text)
 
 
-def hold(key):
+@contextlib.contextmanager
+def holding(key):
     xdotool("keydown", key)
-
-
-def let_go(key):
-    xdotool("keyup", key)
+    try:
+        yield
+    finally:
+        xdotool("keyup", key)
 
 
 def click(x, y, button=1, times=1):

@@ -1,17 +1,21 @@
 #!/usr/bin/env python3
-"""Takes the pictures of the file dialog. tools/pictures starts it, on a display of its own and with a private HDFS."""
+"""Takes the pictures of the file dialog. tools/pictures starts it, on a display of its own and with a private HDFS.
+
+    pictures.py DIRECTORY          all pictures
+    pictures.py DIRECTORY NAME...  these only
+"""
 import contextlib
 import os
 import subprocess
 import sys
 
 import person
+from browse import Dialog
 
 PLACE = "/projects/harvest"
-HIGHLIGHT = (48, 140, 198)
 
-# How a screen with twice the usual number of points per inch reaches a program: Qt multiplies everything, or only the
-# text is larger, as with Qt 4.
+# How a screen with twice the usual number of dots per inch reaches a program: Qt multiplies everything, or only texts are
+# larger, as with Qt 4.
 RESOLUTIONS = {"": {}, "@2x": {"QT_SCALE_FACTOR": "2"}, "-192dpi": {"QT_FONT_DPI": "192"}}
 
 
@@ -26,7 +30,7 @@ def fill():
              "harvest-summary-of-all-fields-and-years-for-the-board.xlsx": 48_120, "map.png": 702_311, "notes.txt": 1_804,
              "pipeline.py": 9_207, "readings.parquet": 6_200_000, "empty.log": 0, "letter.pdf": 120_400}
     for name, size in files.items():
-        marrowby("put", "-", f"{PLACE}/{name}", content=b"x" * size)
+        marrowby("put", "-f", "-", f"{PLACE}/{name}", content=b"x" * size)
     marrowby("chown", "-R", "alice:staff", PLACE)
     marrowby("chown", "bob:bob", f"{PLACE}/letter.pdf", f"{PLACE}/archive", "/projects/payroll")
     marrowby("chmod", "600", f"{PLACE}/letter.pdf")
@@ -34,63 +38,77 @@ def fill():
 
 
 @contextlib.contextmanager
-def dialog(resolution, title, *arguments):
-    """The dialog as alice sees it; it is cancelled at the end."""
-    process = subprocess.Popen(["marrowby", "--user", "alice", "browse", *arguments], stdout=subprocess.DEVNULL,
-                               stderr=subprocess.DEVNULL, env={**os.environ, **RESOLUTIONS[resolution]})
-    try:
-        shown = person.window(title)
-        person.xdotool("mousemove", shown.x + shown.width // 2, max(shown.y - 20, 0))
-        person.look_when_quiet(shown)
+def dialog(resolution, *arguments):
+    """The dialog as alice sees it, with the pointer out of the way; it is cancelled at the end."""
+    environment = {**RESOLUTIONS[resolution], "HOME": "/home"}  # the same bookmarks for everybody
+    with Dialog(*arguments, options=["--user", "alice"], environment=environment) as shown:
+        person.xdotool("mousemove", 0, 0)
         yield shown
         person.press("Escape")
-        process.wait(person.PATIENCE)
-    finally:
-        process.kill()
-        process.wait()
+        shown.result()
 
 
-def show_details():
-    person.press(*["shift+Tab"] * 3, "space")  # from the name over both lists back to the last button
+def list_page(resolution, save):
+    with dialog(resolution, "--open", "hdfs:" + PLACE) as shown:
+        save(shown)
 
 
-def pictures(directory, resolution):
-    def save(shown, name):
-        person.look_when_quiet(shown).save(os.path.join(directory, f"{name}{resolution}.png"))
-
-    with dialog(resolution, "Open", "hdfs:" + PLACE) as shown:
-        save(shown, "list")
-        person.press("shift+Tab")
+def context_menu(resolution, save):
+    with dialog(resolution, "--open", "hdfs:" + PLACE) as shown:
+        shown.go_to_list()
         person.write("notes")
-        save(shown, "list-selected")
-        box = person.look_when_quiet(shown).box(HIGHLIGHT)
-        person.click(shown.x + box[0] + box[2] // 2, shown.y + box[1] + box[3] // 2, button=3)
-        save(shown, "context-menu")
+        person.click(*shown.highlighted(), button=3)
+        save(shown)
         person.press("Escape")
-    with dialog(resolution, "Open", "hdfs:" + PLACE) as shown:
-        show_details()
-        save(shown, "details")
-    with dialog(resolution, "Open", "hdfs:" + PLACE) as shown:
+
+
+def details(resolution, save):
+    with dialog(resolution, "--open", "hdfs:" + PLACE) as shown:
+        shown.show_details()
+        save(shown)
+
+
+def places(resolution, save):
+    with dialog(resolution, "--open", "hdfs:" + PLACE) as shown:
         person.press(*["shift+Tab"] * 7, "alt+Down")
-        save(shown, "places")
-    with dialog(resolution, "Save", "--save", "--filter", "Tables (*.csv);;All Files (*.*)",
+        save(shown)
+        person.press("Escape")
+
+
+def saving(resolution, save):
+    with dialog(resolution, "--save", "--filter", "Tables (*.csv);;All Files (*.*)",
                 f"hdfs:{PLACE}/harvest-2027.csv|2|128") as shown:
-        save(shown, "save")
-    with dialog(resolution, "Open", "My Computer") as shown:
-        show_details()
-        save(shown, "computer")
-    with dialog(resolution, "Open", "hdfs:/projects/payroll") as shown:
-        save(shown, "refused")
-    with dialog(resolution, "Choose a Directory", "--directory", "hdfs:/projects") as shown:
-        save(shown, "directory")
+        save(shown)
+
+
+def computer(resolution, save):
+    with dialog(resolution, "--open", "") as shown:
+        shown.show_details()
+        save(shown)
+
+
+def refused(resolution, save):
+    with dialog(resolution, "--open", "hdfs:/projects/payroll") as shown:
+        save(shown)
+
+
+def directory_mode(resolution, save):
+    with dialog(resolution, "--directory", "hdfs:/projects") as shown:
+        save(shown)
+
+
+PICTURES = {"list": list_page, "details": details, "save": saving, "computer": computer, "refused": refused,
+            "places": places, "context-menu": context_menu, "directory": directory_mode}
 
 
 def main():
     directory = sys.argv[1]
-    os.makedirs(directory, exist_ok=True)
+    names = sys.argv[2:] or PICTURES
     fill()
-    for resolution in RESOLUTIONS:
-        pictures(directory, resolution)
+    for resolution in RESOLUTIONS if len(sys.argv) == 2 else [""]:
+        for name in names:
+            path = os.path.join(directory, f"{name}{resolution}.png")
+            PICTURES[name](resolution, lambda shown: shown.picture().save(path))
 
 
 if __name__ == "__main__":
