@@ -4,7 +4,8 @@
 #include <QListView>
 
 /// The list of files. Enter on the current item activates it on every platform and goes no further: the dialog's
-/// default button does not see it. Asks for room for several columns of names.
+/// default button does not see it. A page up or down is as many columns as the view shows, not one column from top to
+/// bottom. Asks for room for several columns of names.
 class FileListView : public QListView
 {
     Q_OBJECT
@@ -15,6 +16,7 @@ public:
     QSize sizeHint() const;
 
 protected:
+    QModelIndex moveCursor(CursorAction action, Qt::KeyboardModifiers modifiers);
     void keyPressEvent(QKeyEvent *event);
 };
 

@@ -9,7 +9,10 @@
 #include <QtWidgets/QDialog>
 #include <QtWidgets/QLineEdit>
 #include <QtWidgets/QPushButton>
+#include <QtWidgets/QScrollBar>
 #include <QtWidgets/QVBoxLayout>
+
+#include <vector>
 
 namespace {
 
@@ -90,6 +93,49 @@ TEST_F(FileListViewTest, OtherKeysDoWhatTheyDoInAnyList)
     QTest::keyClick(&view, Qt::Key_Escape);
     EXPECT_FALSE(dialog.isVisible());
     EXPECT_EQ(QDialog::Rejected, dialog.result());
+}
+
+TEST_F(FileListViewTest, APageIsWhatTheViewShows)
+{
+    for (int i = 0; i < 1000; ++i)
+        files.appendRow(new QStandardItem(QString::fromLatin1("file-%1.csv").arg(i)));
+    view.setWrapping(true);
+    view.setCurrentIndex(files.index(2, 0));
+    QCoreApplication::processEvents();
+    const int top = view.visualRect(view.currentIndex()).top();
+    std::vector<int> rows{2};
+    while (rows.size() < 4) {
+        const int right = view.viewport()->width();
+        const QRect before = view.visualRect(view.currentIndex());
+        const int scrolledBefore = view.horizontalScrollBar()->value();
+        QTest::keyClick(&view, Qt::Key_PageDown);
+        const QRect after = view.visualRect(view.currentIndex());
+        EXPECT_EQ(top, after.top());
+        EXPECT_TRUE(view.viewport()->rect().intersects(after));
+        const int moved = after.left() - before.left() + view.horizontalScrollBar()->value() - scrolledBefore;
+        EXPECT_LE(moved, right + after.width());
+        EXPECT_GE(moved, right - after.width());
+        rows.push_back(view.currentIndex().row());
+    }
+    QTest::keyClick(&view, Qt::Key_PageUp);
+    QTest::keyClick(&view, Qt::Key_PageUp);
+    EXPECT_EQ(rows[1], view.currentIndex().row());
+    for (int i = 0; i < 1000; ++i)
+        QTest::keyClick(&view, Qt::Key_PageDown);
+    EXPECT_EQ(files.rowCount() - 1, view.currentIndex().row());
+    for (int i = 0; i < 1000; ++i)
+        QTest::keyClick(&view, Qt::Key_PageUp);
+    EXPECT_EQ(0, view.currentIndex().row());
+}
+
+TEST_F(FileListViewTest, APageOfOneColumnIsThatOfAnyList)
+{
+    for (int i = 0; i < 1000; ++i)
+        files.appendRow(new QStandardItem(QString::fromLatin1("file-%1.csv").arg(i)));
+    view.setCurrentIndex(files.index(0, 0));
+    QTest::keyClick(&view, Qt::Key_PageDown);
+    EXPECT_LT(0, view.currentIndex().row());
+    EXPECT_GT(100, view.currentIndex().row());
 }
 
 TEST_F(FileListViewTest, ADoubleClickActivates)

@@ -267,6 +267,9 @@ void HDFSFileDialog::setDirectory(const QString &path)
         BusyPointer busy;
         m_model->listDirectory(directory);
     }
+    // The name of an item in the directory that was left means nothing here. One that was typed is still to come.
+    if (m_mode == DialogModeDirectory && !m_ui->fileNameEdit->isModified())
+        m_ui->fileNameEdit->clear();
     m_lookInModel->setPath(directory);
     m_ui->lookInCombo->setCurrentIndex(0);
     m_ui->toParentButton->setEnabled(!m_model->currentPath().isEmpty());

@@ -165,7 +165,8 @@ bool HdfsFileSystemModel::takeListing(HdfsFileStatus *head, qint32 count)
 
 void HdfsFileSystemModel::listLocalDirectory()
 {
-    // With its "/": "D:" alone would be the current directory of that drive.
+    // With its "/": "D:" alone would be the current directory of that drive. NoSort leaves the order to QDir, whose own
+    // is by name.
     const QFileInfoList files =
         QDir(entryPath(QString()))
             .entryInfoList(QDir::Dirs | QDir::Files | QDir::Drives | QDir::NoDotAndDotDot, QDir::NoSort);

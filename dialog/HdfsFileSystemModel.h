@@ -126,7 +126,7 @@ private:
     HdfsFileStatus **m_entries; ///< null at the computer level
     qint32 m_rowCount;
     DialogContext &m_dialog;
-    QFileIconProvider m_iconProvider;
+    QFileIconProvider m_iconProvider; ///< lives with the model; icons come from the style and from FileIcon
     mutable StyleIcons m_styleIcons;
     quint64 m_revision;
     QVector<DriveEntry> m_drives; ///< made on the first visit of the computer level

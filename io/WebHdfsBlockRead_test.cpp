@@ -4,6 +4,7 @@
 #include "testing/LogCapture.h"
 #include "testing/OpenDescriptors.h"
 #include "testing/ScriptedWebFile.h"
+#include "testing/SocketOptions.h"
 #include "testing/SystemCallFaults.h"
 
 #include <gtest/gtest.h>
@@ -129,7 +130,10 @@ TEST_F(WebRead, WholeBlockComesWithOneRequestInOneSendAndAFirstReceiveOf180Bytes
         const SystemCallFaults calls;
         expectRange(&file, reader.get(), 0, length);
         EXPECT_EQ(1, calls.count(SystemCall::Send));
-        EXPECT_EQ(1, calls.count(SystemCall::Receive)) << "a body of " << length << " bytes comes with the head";
+        // Where a receive does not wait for all 180 bytes, another one finds that a shorter answer has ended.
+        const int looksForTheEnd = waitsForAll() || length == 15 ? 0 : 1;
+        EXPECT_EQ(1 + looksForTheEnd, calls.count(SystemCall::Receive))
+            << "a body of " << length << " bytes comes with the head";
         EXPECT_EQ(180u, calls.longestReceive());
     }
     const SystemCallFaults calls;

@@ -421,7 +421,9 @@ TEST_F(TcpSocketTest, ReceivesTheWholeLengthInOneCall)
     char bytes[9] = "";
     EXPECT_EQ(8, socket.receiveWaitAll(bytes, 8));
     EXPECT_STREQ("01234567", bytes);
-    EXPECT_EQ(1, faults.count(SystemCall::Receive));
+    if (waitsForAll()) {
+        EXPECT_EQ(1, faults.count(SystemCall::Receive));
+    }
     EXPECT_EQ(2, socket.receiveWaitAll(bytes, 8));
     EXPECT_EQ(0, socket.receiveWaitAll(bytes, 8));
     faults.fail(SystemCall::Receive, 0, ECONNRESET);

@@ -4,6 +4,13 @@
 
 #include <algorithm>
 #include <chrono>
+#include <cstdlib>
+
+int peerPatienceMilliseconds()
+{
+    const char *seconds = std::getenv("QUORHDFS_TEST_PATIENCE");
+    return std::max(20000, seconds ? std::atoi(seconds) * 1000 / 3 : 0);
+}
 
 ScriptedConnection::ScriptedConnection(ScriptedPeer *peer, peer_socket::Socket socket, std::size_t index)
     : m_peer(peer), m_socket(socket), m_index(index), m_sendFault(Fault::none()), m_receiveFault(Fault::none()),
@@ -18,7 +25,7 @@ ScriptedConnection::~ScriptedConnection()
 
 bool ScriptedConnection::wait(peer_socket::Event event, int milliseconds)
 {
-    const int patience = milliseconds < 0 ? kPeerPatienceMilliseconds : milliseconds;
+    const int patience = milliseconds < 0 ? peerPatienceMilliseconds() : milliseconds;
     const peer_socket::Waited waited = peer_socket::waitFor(m_socket, event, m_peer->m_wake, patience);
     if (waited == peer_socket::Woken)
         throw Ended();
@@ -290,7 +297,7 @@ std::string ScriptedPeer::sent(std::size_t index) const
 void ScriptedPeer::waitUntilOver(std::size_t count)
 {
     std::unique_lock<std::mutex> lock(m_mutex);
-    const bool over = m_changed.wait_for(lock, std::chrono::milliseconds(kPeerPatienceMilliseconds), [this, count] {
+    const bool over = m_changed.wait_for(lock, std::chrono::milliseconds(peerPatienceMilliseconds()), [this, count] {
         if (m_connections.size() < count)
             return false;
         for (std::size_t i = 0; i < count; ++i) {

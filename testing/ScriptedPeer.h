@@ -3,7 +3,7 @@
 //
 // A test constructs the peer, gives it scripts and faults, lets the product connect to `address()` and `port()`, and
 // looks at `received()` afterwards. Scripts run on threads of the peer's own, one for each connection. Whatever
-// happens, the destructor ends them and closes every descriptor; a peer that waits longer than kPeerPatience for its
+// happens, the destructor ends them and closes every descriptor; a peer that waits longer than its patience for its
 // client fails the test and resets the connection, so that neither side hangs.
 #ifndef TESTING_SCRIPTEDPEER_H
 #define TESTING_SCRIPTEDPEER_H
@@ -19,8 +19,9 @@
 #include <thread>
 #include <vector>
 
-/// How long a script waits for its client before the test counts as failed.
-const int kPeerPatienceMilliseconds = 20000;
+/// How long a script waits for its client before the test counts as failed: 20 seconds, or a third of what the test may
+/// take (QUORHDFS_TEST_PATIENCE).
+int peerPatienceMilliseconds();
 
 /// What goes wrong at one place of the bytes that a connection sends (or receives): byte `position` is the first one
 /// that is not sent (not read) any more, or the one that arrives changed.
@@ -88,7 +89,7 @@ private:
     friend class ScriptedPeer;
     ScriptedConnection(ScriptedPeer *peer, peer_socket::Socket socket, std::size_t index);
 
-    /// Waits until `event` holds. False when `milliseconds` (-1: kPeerPatience, with a test failure) have passed.
+    /// Waits until `event` holds. False when `milliseconds` (-1: its patience, with a test failure) have passed.
     bool wait(peer_socket::Event event, int milliseconds);
     std::size_t receiveSome(char *buffer, std::size_t size);
     void sendSome(const char *bytes, std::size_t size);
@@ -145,7 +146,7 @@ public:
     std::string sent(std::size_t index = 0) const;
 
     /// Waits until `count` connections were accepted and are over: their scripts ended and their descriptors closed.
-    /// After waiting for kPeerPatience it fails the test.
+    /// After waiting for its patience it fails the test.
     void waitUntilOver(std::size_t count);
 
     /// Stops accepting: the port refuses connections from now on.

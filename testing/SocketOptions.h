@@ -8,6 +8,9 @@
 /// itself, and the error is gone then.
 bool showsResets();
 
+/// Whether one receive with MSG_WAITALL brings all that it asks for. On Wine it may take more of them.
+bool waitsForAll();
+
 /// TCP_NODELAY.
 bool isNagleOff(platform::SocketHandle handle);
 

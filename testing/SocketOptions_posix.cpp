@@ -9,6 +9,11 @@ bool showsResets()
     return true;
 }
 
+bool waitsForAll()
+{
+    return true;
+}
+
 bool isNagleOff(platform::SocketHandle handle)
 {
     int on = 0;

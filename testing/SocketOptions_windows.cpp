@@ -1,8 +1,22 @@
 #include "testing/SocketOptions.h"
 
+namespace {
+
+bool isWine()
+{
+    return ::GetProcAddress(::GetModuleHandleW(L"ntdll.dll"), "wine_get_version") != nullptr;
+}
+
+} // namespace
+
 bool showsResets()
 {
-    return ::GetProcAddress(::GetModuleHandleW(L"ntdll.dll"), "wine_get_version") == nullptr;
+    return !isWine();
+}
+
+bool waitsForAll()
+{
+    return !isWine();
 }
 
 bool isNagleOff(platform::SocketHandle handle)

@@ -1,5 +1,7 @@
 #include "host/marrowby/CommandLine.h"
 
+#include "host/marrowby/Commands.h"
+
 #include <gtest/gtest.h>
 
 namespace {
@@ -140,6 +142,22 @@ TEST(CommandLine, ConfigureHasOptionsOfItsOwn)
     EXPECT_EQ(line.arguments.values.at("--webhdfs"), "1");
     EXPECT_EQ(refusalOf({"configure", "--webhdfs", "2"}), "-configure: --webhdfs: '2' is neither 0 nor 1");
     EXPECT_EQ(refusalOf({"configure", "--plugin", "x"}), "-configure: Illegal option --plugin");
+}
+
+TEST(CommandLine, BrowseTakesOptionsOfTheRunAlthoughItMakesNoConnectionItself)
+{
+    const CommandLine line = parseCommandLine(
+        {"browse", "--save", "--filter", "Tables (*.csv);;All Files (*.*)", "--namenode", "n:1", "hdfs:/user"});
+    EXPECT_TRUE(line.command->hasWindows);
+    EXPECT_EQ(nullptr, line.command->run);
+    EXPECT_TRUE(line.arguments.has("--save"));
+    EXPECT_EQ("Tables (*.csv);;All Files (*.*)", line.arguments.values.at("--filter"));
+    EXPECT_EQ("n:1", line.session.nameNode.toStdString());
+    EXPECT_EQ(Operands({"hdfs:/user"}), operands(line));
+    EXPECT_EQ("-browse: Too many arguments: expected 1 but got 2", refusalOf({"browse", "/a", "/b"}));
+    EXPECT_NE(std::string::npos, helpOf({"browse", "--help"}).find("--namenode"));
+    for (const CommandDescription &command : allCommands())
+        EXPECT_EQ(command.name == "browse", command.hasWindows) << command.name;
 }
 
 TEST(CommandLine, WhatDoesNotExistIsNamed)

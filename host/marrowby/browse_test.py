@@ -19,8 +19,6 @@ import person
 from browse import (CANCEL_BUTTON, CANCEL_BUTTON_ABOVE_WRITE_OPTIONS, FIRST_FILE, HDFS_BOOKMARK, HOME_BOOKMARK,
                     NEW_FOLDER_BUTTON, OK_BUTTON, Dialog)
 
-MANY = 1500  # more than the NameNode tells at once
-
 
 def marrowby(*arguments):
     return subprocess.run(["marrowby", *arguments], check=True, capture_output=True, text=True,
@@ -82,31 +80,6 @@ class Choosing(Browsing):
             dialog.click(FIRST_FILE, times=2)
             self.assert_chooses(dialog, f"hdfs:{self.room}/inner/data.csv")
 
-    def test_a_file_is_found_among_more_than_the_namenode_tells_at_once(self):
-        names = [f"entry-{number}.txt" for number in range(MANY)]
-        self.make(*names)
-        for keys, text, name in (["End"], "", names[-1]), (["End", "Home"], "", names[0]), (["Home"], names[1234], names[1234]):
-            with self.subTest(name), self.dialog("--open") as dialog:
-                dialog.go_to_list()
-                person.press(*keys)
-                person.write(text)
-                dialog.highlighted()
-                person.press("Return")
-                self.assert_chooses(dialog, f"hdfs:{self.room}/{name}")
-
-    def test_the_list_is_paged_through(self):
-        self.make(*(f"entry-{number}.txt" for number in range(MANY)))
-        with self.dialog("--open") as dialog:
-            dialog.show_details()
-            person.press("Tab", "Tab", "Home")
-            seen = [dialog.list_picture()]
-            for _ in range(5):
-                person.press("Next")
-                seen.append(dialog.list_picture())
-                self.assertNotEqual(seen[-1], seen[-2])
-            person.press("Home")
-            self.assertEqual(dialog.list_picture(), seen[0])
-
     def test_only_files_of_the_chosen_type_show(self):
         self.make("data.csv", "data.txt")
         with self.dialog("--open", None, "--filter", "Texts (*.txt);;Tables (*.csv)") as dialog:
@@ -133,10 +106,21 @@ class Choosing(Browsing):
                 dialog.select(name)
                 person.press("Return")
                 dialog.picture()
-            person.press("BackSpace", "alt+Up", "alt+Left", "alt+Left", "alt+Right")
-            dialog.picture()
+            for key in "BackSpace", "alt+Up", "alt+Left", "alt+Left", "alt+Left", "alt+Right":
+                person.press(key)
+                dialog.picture()
             dialog.click(OK_BUTTON)
             self.assert_chooses(dialog, f"hdfs:{self.room}/inner/innermost")
+
+    def test_a_selected_directory_is_forgotten_where_there_is_none_of_its_name(self):
+        self.make("inner/innermost/")
+        with self.dialog("--directory", f"hdfs:{self.room}/inner") as dialog:
+            dialog.go_to_list()
+            dialog.select("innermost")
+            person.press("alt+Up")
+            dialog.picture()
+            dialog.click(OK_BUTTON)
+            self.assert_chooses(dialog, f"hdfs:{self.room}")
 
     def test_who_cancels_chooses_nothing(self):
         self.make("data.csv")
@@ -164,6 +148,46 @@ class Choosing(Browsing):
                 dialog.box("Open")
             dialog.answer("Open", "Return", ends=True)
             self.assert_chooses(dialog, f"hdfs:{self.room}/missing.csv")
+
+
+class LargeDirectories(Browsing):
+    PLACE = "/browsing/many"
+    NAMES = [f"entry-{number}.txt" for number in range(1500)]  # more than the NameNode tells at once
+
+    @classmethod
+    def setUpClass(cls):
+        marrowby("mkdir", "-p", cls.PLACE)
+        marrowby("touchz", *(f"{cls.PLACE}/{name}" for name in cls.NAMES))
+
+    def test_every_file_is_there(self):
+        for keys, name in (["Down", "Home"], self.NAMES[0]), (["End"], self.NAMES[-1]), ([], self.NAMES[1234]):
+            with self.subTest(name), self.dialog("--open", "hdfs:" + self.PLACE) as dialog:
+                dialog.go_to_list()
+                if keys:
+                    person.press(*keys)
+                else:
+                    person.write(name)
+                dialog.highlighted()
+                person.press("Return")
+                self.assert_chooses(dialog, f"hdfs:{self.PLACE}/{name}")
+
+    def test_pages_are_turned_in_both_views(self):
+        def turn_pages(dialog):
+            person.press("Down", "Home")
+            first = before = dialog.list_picture()
+            for _ in range(4):
+                person.press("Next")
+                after = dialog.list_picture()
+                self.assertNotEqual(after, before)
+                before = after
+            person.press("Home")
+            self.assertEqual(dialog.list_picture(), first)
+
+        with self.dialog("--open", "hdfs:" + self.PLACE) as dialog:
+            dialog.go_to_list()
+            turn_pages(dialog)
+            person.press("shift+Tab", "shift+Tab", "space", "Tab", "Tab")
+            turn_pages(dialog)
 
 
 class Saving(Browsing):

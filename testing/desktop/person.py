@@ -84,7 +84,7 @@ def holding(key):
 
 
 def click(x, y, button=1, times=1):
-    xdotool("mousemove", "--sync", x, y, "click", "--repeat", times, "--delay", 40, button)
+    xdotool("mousemove", x, y, "click", "--repeat", times, "--delay", 40, button)
 
 
 def look_at(shown):

@@ -1,0 +1,218 @@
+// Names and texts that nobody would choose, and that are there all the same.
+#include "dialog/FileDialogTest.h"
+
+#include <QtCore/QElapsedTimer>
+#include <QtWidgets/QAbstractItemView>
+#include <QtWidgets/QLineEdit>
+
+namespace {
+
+class HDFSFileDialogBadInput : public FileDialogTest, public ::testing::WithParamInterface<const char *>
+{
+protected:
+    std::string name() const { return GetParam(); }
+    QString qtName() const { return QString::fromUtf8(GetParam()); }
+};
+
+const char *const kNames[] = {
+    "<b>x</b>",
+    "a&b",
+    "%1 %2",
+    "line\nfeed",
+    "tab\there",
+    "-rf",
+    " leading and trailing ",
+    "x|3|128",
+    "\xe2\x80\xae" "txt.exe",
+    "\xd7\xa9\xd7\x9c\xd7\x95\xd7\x9d",
+    "\xe6\xb1\x89\xe5\xad\x97",
+    "\xf0\x9f\x90\x98",
+    "e\xcc\x81",
+    "'quoted' \"twice\"",
+    "back\\slash",
+    "...",
+    "a..b",
+    "~",
+    "*?[x]",
+    "hdfs:",
+    // 255 bytes
+    "1234567890123456789012345678901234567890123456789012345678901234567890123456789012345678901234567890"
+    "1234567890123456789012345678901234567890123456789012345678901234567890123456789012345678901234567890"
+    "1234567890123456789012345678901234567890123456789012345",
+};
+INSTANTIATE_TEST_SUITE_P(All, HDFSFileDialogBadInput, ::testing::ValuesIn(kNames));
+
+TEST_P(HDFSFileDialogBadInput, ADirectoryOfThatNameIsShownEnteredAndLeft)
+{
+    hdfs->addDirectory("/" + name());
+    hdfs->addFile("/" + name() + "/in.txt");
+    for (const char *button : {"listModeButton", "detailModeButton"}) {
+        open(DialogModeOpen, "hdfs:/");
+        person->click(button);
+        ASSERT_EQ(Texts{name()}, person->names());
+        person->doubleClickOn(name());
+        EXPECT_EQ("hdfs:/" + name(), person->place());
+        EXPECT_EQ(Texts{"in.txt"}, person->names());
+        person->openPlaces();
+        EXPECT_EQ("hdfs:/" + name(), person->offeredPlaces().at(0));
+        person->choosePlace(1);
+        EXPECT_EQ("hdfs:/", person->place());
+        person->click("backButton");
+        EXPECT_EQ("hdfs:/" + name(), person->place());
+    }
+}
+
+TEST_P(HDFSFileDialogBadInput, AFileOfThatNameIsChosenByItsRow)
+{
+    hdfs->addFile("/" + name());
+    open(DialogModeOpen, "hdfs:/", "All (*)");
+    ASSERT_EQ(Texts{name()}, person->names());
+    person->doubleClickOn(name());
+    EXPECT_EQ("hdfs:/" + name(), accepted());
+}
+
+TEST_P(HDFSFileDialogBadInput, QuestionsShowTheNameAsItIs)
+{
+    hdfs->addFile("/" + name(), 0444);
+    open(DialogModeSave, "hdfs:/", "All (*)");
+    person->clickOn(name());
+    person->willAnswer({DialogPerson::ByEnter});
+    person->press(Qt::Key_Return);
+    person->clickOn(name());
+    person->willAnswer({DialogPerson::Yes, DialogPerson::Yes});
+    person->press(Qt::Key_Delete);
+    const std::vector<SeenBox> boxes = person->takeBoxes();
+    ASSERT_EQ(3u, boxes.size());
+    EXPECT_EQ("'hdfs:/" + name() + "' already exists.\nDo you want to replace it?", boxes[0].text);
+    EXPECT_EQ("'" + name() + "' is write protected.\nDo you want to delete it anyway?", boxes[1].text);
+    EXPECT_EQ("Are you sure you want to delete '" + name() + "'?", boxes[2].text);
+    for (const SeenBox &box : boxes)
+        EXPECT_FALSE(box.takesMarkup);
+    EXPECT_FALSE(hdfs->has("/" + name()));
+    EXPECT_EQ(Texts{}, person->names());
+}
+
+TEST_P(HDFSFileDialogBadInput, AWarningShowsTheNameAsItIs)
+{
+    hdfs->addDirectory("/d");
+    for (DialogMode mode : {DialogModeOpen, DialogModeDirectory}) {
+        open(mode, "hdfs:/d", "All (*)");
+        person->pasteName("gone/" + qtName());
+        const std::string typed = person->typedName();
+        person->willAnswer({DialogPerson::ByEnter});
+        person->press(Qt::Key_Return);
+        const std::vector<SeenBox> boxes = person->takeBoxes();
+        ASSERT_EQ(1u, boxes.size());
+        EXPECT_EQ(0u, boxes[0].text.find("hdfs:/d/" + typed + "\n")) << boxes[0].text;
+        EXPECT_FALSE(boxes[0].takesMarkup);
+        EXPECT_TRUE(person->isOpen());
+    }
+}
+
+TEST_P(HDFSFileDialogBadInput, AFailureIsLoggedWithTheNameAsItIs)
+{
+    hdfs->addFile("/" + name());
+    hdfs->refuse("delete", "/" + name());
+    open(DialogModeOpen, "hdfs:/", "All (*)");
+    person->clickOn(name());
+    person->willAnswer({DialogPerson::Yes});
+    person->press(Qt::Key_Delete);
+    EXPECT_TRUE(log.holds({"*", "Cannot delete '" + name() + "'"}));
+}
+
+TEST_P(HDFSFileDialogBadInput, AFileIsRenamedToThatNameAndBack)
+{
+    hdfs->addFile("/a.txt");
+    open(DialogModeOpen, "hdfs:/", "All (*)");
+    person->clickOn("a.txt");
+    person->press(Qt::Key_F2);
+    ASSERT_NE(nullptr, person->nameEditor());
+    // What an editor of one line makes of the name is what is asked for.
+    QLineEdit one;
+    one.setText(qtName());
+    const std::string typed = one.text().toStdString();
+    person->nameEditor()->setText(qtName());
+    hdfs->takeRequests();
+    person->press(Qt::Key_Return);
+    EXPECT_EQ(Texts{"rename /a.txt /" + typed}, hdfs->takeRequests());
+    EXPECT_EQ(Texts{typed}, person->names());
+    person->press(Qt::Key_F2);
+    ASSERT_NE(nullptr, person->nameEditor());
+    person->nameEditor()->setText("b.txt");
+    person->press(Qt::Key_Return);
+    EXPECT_EQ(Texts{"rename /" + typed + " /b.txt"}, hdfs->takeRequests());
+    EXPECT_EQ(Texts{"b.txt"}, person->names());
+}
+
+TEST_P(HDFSFileDialogBadInput, ItIsTakenAsAFilterAndAsATitle)
+{
+    makeLocalFile("a.txt");
+    open(DialogModeOpen, local(), name() + " (*.txt)");
+    EXPECT_TRUE(person->isOpen());
+    open(DialogModeOpen, local(), name());
+    EXPECT_TRUE(person->isOpen());
+    open(DialogModeOpen, name());
+    EXPECT_TRUE(person->isOpen());
+    person->press(Qt::Key_Escape);
+    EXPECT_TRUE(isCancelled());
+}
+
+// --- long texts ---
+
+class HDFSFileDialogLongText : public FileDialogTest
+{
+protected:
+    const QString letters = QString(100000, QLatin1Char('x'));
+    const QString slashes = QString(100000, QLatin1Char('/'));
+    const QString dots = QString(100000, QLatin1Char('.'));
+};
+
+TEST_F(HDFSFileDialogLongText, IsPastedAndRefused)
+{
+    for (const QString &text : {letters, QLatin1String("a/") + dots, dots, slashes + letters}) {
+        open(DialogModeOpen, local(), "CSV (*.csv)");
+        QElapsedTimer timer;
+        timer.start();
+        person->pasteName(text);
+        // The field takes 32767 characters.
+        EXPECT_EQ(32767u, person->typedName().size());
+        person->willAnswer({DialogPerson::ByEnter});
+        person->press(Qt::Key_Return);
+        EXPECT_TRUE(person->isOpen());
+        EXPECT_EQ(1u, boxTexts().size());
+        EXPECT_LT(timer.elapsed(), 10000);
+    }
+}
+
+TEST_F(HDFSFileDialogLongText, IsPastedInHdfs)
+{
+    open(DialogModeOpen, "hdfs:/");
+    hdfs->takeRequests();
+    person->pasteName(QLatin1String("hdfs:/") + letters);
+    EXPECT_EQ(1u, hdfs->takeRequests().size());
+    for (const std::string &t : log.texts()) std::cerr << t.substr(0, 200) << "\n";
+    person->willAnswer({DialogPerson::ByEnter});
+    person->press(Qt::Key_Return);
+    EXPECT_TRUE(person->isOpen());
+    EXPECT_EQ(1u, boxTexts().size());
+}
+
+TEST_F(HDFSFileDialogLongText, IsASelectionToOpenWith)
+{
+    for (const QString &text : {letters, slashes, dots, QLatin1String("hdfs:") + slashes,
+                                QString(100000, QLatin1Char('|')), QLatin1String("|") + QString(1000, '9')}) {
+        open(DialogModeSave, text.toStdString());
+        EXPECT_TRUE(person->isOpen());
+    }
+}
+
+TEST_F(HDFSFileDialogLongText, IsAFilter)
+{
+    open(DialogModeOpen, local(), (letters + " (*." + letters + ")").toStdString());
+    person->typeName("a");
+    EXPECT_TRUE(person->isOpen());
+    open(DialogModeOpen, local(), QString(";;").repeated(1000).toStdString());
+    EXPECT_TRUE(person->isOpen());
+}
+
+} // namespace
