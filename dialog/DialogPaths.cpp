@@ -64,7 +64,9 @@ QByteArray nameNodePath(const QString &hdfsPath)
 QString joinPath(const QString &directory, const QString &name)
 {
     const QLatin1Char separator('/');
-    return directory.endsWith(separator) ? directory + name : directory + separator + name;
+    if (!directory.endsWith(separator))
+        return name.startsWith(separator) ? directory + name : directory + separator + name;
+    return name.startsWith(separator) ? directory + name.mid(1) : directory + name;
 }
 
 QString parentPath(const QString &path)

@@ -139,6 +139,9 @@ TEST(DialogPaths, ANameIsJoinedWithOneSlash)
     EXPECT_EQ("hdfs:/a/b", joinPath(text("hdfs:/a"), text("b")).toStdString());
     EXPECT_EQ("hdfs:/a/b", joinPath(text("hdfs:/a/"), text("b")).toStdString());
     EXPECT_EQ("hdfs:/b", joinPath(hdfsRoot(), text("b")).toStdString());
+    EXPECT_EQ("hdfs:/a/b", joinPath(text("hdfs:/a"), text("/b")).toStdString());
+    EXPECT_EQ("hdfs:/b", joinPath(text("hdfs:"), text("/b")).toStdString());
+    EXPECT_EQ("hdfs:/b", joinPath(hdfsRoot(), text("/b")).toStdString());
     EXPECT_EQ("hdfs:/b", joinPath(text("hdfs:"), text("b")).toStdString());
     EXPECT_EQ("D:/b/c", joinPath(text("D:"), text("b/c")).toStdString());
     EXPECT_EQ("/b", joinPath(QString(), text("b")).toStdString());

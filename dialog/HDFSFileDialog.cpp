@@ -25,6 +25,7 @@
 #include <QStyle>
 #include <QtCore/QDir>
 #include <QtCore/QFileInfo>
+#include <QtCore/QPointer>
 
 namespace {
 
@@ -74,8 +75,7 @@ HDFSFileDialog::HDFSFileDialog(QWidget *parent, DialogMode mode, const QString &
     m_ui->listModeButton->setIcon(style()->standardIcon(QStyle::SP_FileDialogContentsView));
     m_ui->detailModeButton->setIcon(style()->standardIcon(QStyle::SP_FileDialogDetailedView));
     m_ui->newFolderButton->setIcon(style()->standardIcon(QStyle::SP_FileDialogNewFolder));
-    const int density = qMax(logicalDpiY(), kFormDotsPerInch);
-    m_ui->splitter->setSizes(QList<int>() << 80 * density / kFormDotsPerInch << 500 * density / kFormDotsPerInch);
+    m_ui->splitter->setSizes(QList<int>() << 80 << 500);
     setUpBookmarks();
     setUpFilters(filter);
     setUpKeys();
@@ -339,6 +339,7 @@ void HDFSFileDialog::forgetActivations()
 
 void HDFSFileDialog::selectPath(const QString &path)
 {
+    const QString nameBefore = m_ui->fileNameEdit->text();
     const QString parent = parentPath(path);
     if (isDirectoryPath(*this, path)) {
         setDirectory(path);
@@ -350,7 +351,9 @@ void HDFSFileDialog::selectPath(const QString &path)
         setDirectory(QString());
         m_ui->fileNameEdit->setText(path);
     }
-    updateOkButton();
+    // When the name has changed, that was done already; it may ask the NameNode.
+    if (m_ui->fileNameEdit->text() == nameBefore)
+        updateOkButton();
 }
 
 void HDFSFileDialog::refresh()
@@ -424,6 +427,8 @@ void HDFSFileDialog::forgetCurrentItem()
 /// The name of the current item is the one that it has now.
 void HDFSFileDialog::followRename(const QModelIndex &topLeft, const QModelIndex &bottomRight)
 {
+    // The type in the row goes with the name.
+    visibleView()->viewport()->update();
     const QModelIndex current = currentSourceIndex();
     if (current.isValid() && topLeft.row() <= current.row() && current.row() <= bottomRight.row())
         on_currentChanged(m_proxy->mapFromSource(current));
@@ -537,19 +542,23 @@ void HDFSFileDialog::accept()
         }
     }
     if (m_mode == DialogModeSave) {
-        if (pathExists(*this, path) &&
-            !confirms(windowTitle(), tr("'%1' already exists.\nDo you want to replace it?").arg(path))) {
-            selectPath(path);
-            return;
+        if (pathExists(*this, path)) {
+            const Answer answer =
+                ask(windowTitle(), tr("'%1' already exists.\nDo you want to replace it?").arg(path));
+            if (answer == Refused)
+                selectPath(path);
+            if (answer != Confirmed)
+                return;
         }
     } else if (m_mode == DialogModeOpen) {
         if (!pathExists(*this, path)) {
-            warn(tr("%1\nFile not found.\nPlease verify the correct file name was given.").arg(path));
-            if (!mayBeMissing)
+            const bool isHere = warn(tr("%1\nFile not found.\nPlease verify the correct file name was given.").arg(path));
+            if (!isHere || !mayBeMissing)
                 return;
         }
     } else if (!isDirectoryPath(*this, path)) {
-        warn(tr("%1\nDirectory not found.\nPlease verify the correct directory name was given.").arg(path));
+        if (!warn(tr("%1\nDirectory not found.\nPlease verify the correct directory name was given.").arg(path)))
+            return;
         selectPath(path);
         if (!mayBeMissing)
             return;
@@ -566,18 +575,22 @@ void HDFSFileDialog::on_showContextMenu(const QPoint &position)
 {
     QAbstractItemView *view = visibleView();
     const QModelIndex index = m_proxy->mapToSource(view->indexAt(position));
-    QMenu menu(view);
+    const QPointer<QMenu> menu = new QMenu(view);
     if (index.isValid()) {
         const bool canWrite = m_model->canWrite(index);
         m_ui->actionRename->setEnabled(canWrite);
         m_ui->actionDelete->setEnabled(canWrite);
         m_ui->actionNewFolder->setEnabled((pathPermissions(*this, m_model->currentPath()) & kWriteBits) != 0);
-        menu.addAction(m_ui->actionRename);
-        menu.addAction(m_ui->actionDelete);
-        menu.addSeparator();
-        menu.addAction(m_ui->actionNewFolder);
+        menu->addAction(m_ui->actionRename);
+        menu->addAction(m_ui->actionDelete);
+        menu->addSeparator();
+        menu->addAction(m_ui->actionNewFolder);
     }
-    menu.exec(view->viewport()->mapToGlobal(position));
+    forgetActivations();
+    menu->exec(view->viewport()->mapToGlobal(position));
+    if (!menu)
+        return;
+    delete menu.data();
     // The menu's own state only: the keys ask before they do harm.
     m_ui->actionRename->setEnabled(true);
     m_ui->actionDelete->setEnabled(true);
@@ -617,21 +630,25 @@ QList<int> HDFSFileDialog::rowsToDelete() const
 void HDFSFileDialog::on_actionDelete_triggered()
 {
     const QList<int> rows = rowsToDelete();
-    for (int i = rows.size() - 1; i >= 0; --i)
-        deleteRow(m_proxy->index(rows.at(i), 0));
+    for (int i = rows.size() - 1; i >= 0; --i) {
+        if (!deleteRow(m_proxy->index(rows.at(i), 0)))
+            return;
+    }
     refresh();
 }
 
-void HDFSFileDialog::deleteRow(const QModelIndex &proxyIndex)
+bool HDFSFileDialog::deleteRow(const QModelIndex &proxyIndex)
 {
     const QModelIndex index = m_proxy->mapToSource(proxyIndex);
     const QString name = m_model->fileName(index);
     const QString path = m_model->filePath(index);
-    if ((m_model->permissions(index) & kWriteBits) == 0 &&
-        !confirms(tr("Delete"), tr("'%1' is write protected.\nDo you want to delete it anyway?").arg(name)))
-        return;
-    if (!confirms(tr("Delete"), tr("Are you sure you want to delete '%1'?").arg(name)))
-        return;
+    Answer answer = Confirmed;
+    if ((m_model->permissions(index) & kWriteBits) == 0)
+        answer = ask(tr("Delete"), tr("'%1' is write protected.\nDo you want to delete it anyway?").arg(name));
+    if (answer == Confirmed)
+        answer = ask(tr("Delete"), tr("Are you sure you want to delete '%1'?").arg(name));
+    if (answer != Confirmed)
+        return answer != Gone;
     BusyPointer busy;
     bool isDeleted = false;
     if (isHdfsPath(path)) {
@@ -642,6 +659,7 @@ void HDFSFileDialog::deleteRow(const QModelIndex &proxyIndex)
     }
     if (!isDeleted)
         logToHost(QString::fromLatin1("Cannot delete '%1'").arg(name));
+    return true;
 }
 
 void HDFSFileDialog::on_newFolderButton_clicked()
@@ -653,9 +671,13 @@ void HDFSFileDialog::on_newFolderButton_clicked()
     QModelIndex index;
     {
         BusyPointer busy;
-        for (int i = 2; i < kMostNewFolderNames && pathExists(*this, joinPath(directory, name)); ++i)
-            name = plainName + QString::fromLatin1("(%1)").arg(i);
-        index = m_model->mkdir(name);
+        int next = 2;
+        for (; next <= kMostNewFolderNames && pathExists(*this, joinPath(directory, name)); ++next)
+            name = plainName + QString::fromLatin1("(%1)").arg(next);
+        if (next <= kMostNewFolderNames)
+            index = m_model->mkdir(name);
+        else
+            logToHost(QString::fromLatin1("Cannot create directory '%1'").arg(joinPath(directory, plainName)));
     }
     if (index.isValid())
         edit(m_proxy->mapFromSource(index));
@@ -695,20 +717,30 @@ void HDFSFileDialog::keyPressEvent(QKeyEvent *event)
     QDialog::keyPressEvent(event);
 }
 
-bool HDFSFileDialog::confirms(const QString &title, const QString &question)
+HDFSFileDialog::Answer HDFSFileDialog::ask(const QString &title, const QString &question)
 {
-    QMessageBox box(QMessageBox::Warning, title, QString(), QMessageBox::Yes | QMessageBox::No, this);
-    // Names are no markup.
-    box.setTextFormat(Qt::PlainText);
-    box.setText(question);
-    box.setDefaultButton(QMessageBox::No);
-    return box.exec() == QMessageBox::Yes;
+    QMessageBox *box =
+        new QMessageBox(QMessageBox::Warning, title, QString(), QMessageBox::Yes | QMessageBox::No, this);
+    box->setDefaultButton(QMessageBox::No);
+    return run(box, question);
 }
 
-void HDFSFileDialog::warn(const QString &text)
+bool HDFSFileDialog::warn(const QString &text)
 {
-    QMessageBox box(QMessageBox::Warning, windowTitle(), QString(), QMessageBox::Ok, this);
-    box.setTextFormat(Qt::PlainText);
-    box.setText(text);
-    box.exec();
+    return run(new QMessageBox(QMessageBox::Warning, windowTitle(), QString(), QMessageBox::Ok, this), text) != Gone;
+}
+
+HDFSFileDialog::Answer HDFSFileDialog::run(QMessageBox *newBox, const QString &text)
+{
+    // What was activated before the question does not change the directory under it.
+    forgetActivations();
+    const QPointer<QMessageBox> box = newBox;
+    // Names are no markup.
+    box->setTextFormat(Qt::PlainText);
+    box->setText(text);
+    const int button = box->exec();
+    if (!box)
+        return Gone;
+    delete box.data();
+    return button == QMessageBox::Yes ? Confirmed : Refused;
 }

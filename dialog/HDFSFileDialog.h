@@ -14,6 +14,7 @@ class HdfsFileSystemModel;
 class HdfsSortFilterProxyModel;
 class LookInModel;
 class QAbstractItemView;
+class QMessageBox;
 class QPoint;
 
 namespace Ui {
@@ -110,9 +111,15 @@ private:
     bool currentItemIsDirectory() const;
     void edit(const QModelIndex &proxyIndex);
     QList<int> rowsToDelete() const;
-    void deleteRow(const QModelIndex &proxyIndex);
-    bool confirms(const QString &title, const QString &question);
-    void warn(const QString &text);
+    /// False when the dialog has gone meanwhile.
+    bool deleteRow(const QModelIndex &proxyIndex);
+
+    /// Gone: the host has destroyed the dialog while the user was asked. Nothing of it may be touched any more.
+    enum Answer { Refused, Confirmed, Gone };
+    Answer ask(const QString &title, const QString &question);
+    /// False when the dialog has gone meanwhile.
+    bool warn(const QString &text);
+    Answer run(QMessageBox *newBox, const QString &text);
 
     std::unique_ptr<Ui::HDFSFileDialog> m_ui;
     Connect m_connect;

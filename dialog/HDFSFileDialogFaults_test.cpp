@@ -345,7 +345,7 @@ TEST_F(HDFSFileDialogBreaks, TheDialogLivesWhereverTheNameNodeBreaksOff)
 {
     const std::size_t size = sentBytes();
     ASSERT_GT(size, 100u);
-    for (std::size_t position = 0; position < size; position += 3) {
+    for (std::size_t position = 0; position < size; position += 5) {
         SCOPED_TRACE(position);
         const bool isReset = position % 2;
         // The first connection of this dialog; another one comes after it.

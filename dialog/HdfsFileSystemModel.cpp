@@ -477,7 +477,7 @@ bool HdfsFileSystemModel::renameEntry(const QString &from, const QString &to)
 
 QModelIndex HdfsFileSystemModel::mkdir(const QString &name)
 {
-    const QString path = isComputerLevel() ? name : entryPath(name);
+    const QString path = entryPath(name);
     // The row is made first: a folder that has been made has to be shown.
     HdfsFileStatus *folder = recordOfNewFolder(name.toUtf8());
     if (isComputerLevel() || !isEntryName(name) || !folder || !reserveEntries(m_rowCount + 1) || !makeDirectory(path)) {

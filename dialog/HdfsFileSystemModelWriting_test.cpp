@@ -326,7 +326,7 @@ TEST_F(HdfsFileSystemModelWriting, MakesNoFolderAtTheComputerLevel)
     EXPECT_EQ(rows, model.rowCount());
     EXPECT_FALSE(QFile::exists(QLatin1String("/New Folder of a test")));
     EXPECT_FALSE(QFile::exists(QLatin1String("New Folder of a test")));
-    EXPECT_TRUE(log.holds({"Cannot create directory 'New Folder of a test'"}));
+    EXPECT_TRUE(log.holds({"Cannot create directory '/New Folder of a test'"}));
 }
 
 TEST_F(HdfsFileSystemModelWriting, FoldersWithoutANameOfTheirOwnAreRefusedWithoutACall)

@@ -1,6 +1,7 @@
 #include "testing/FakeTime.h"
 
 #include "platform/Pause.h"
+#include "testing/OfOneThread.h"
 
 #include <numeric>
 #include <stdexcept>
@@ -16,36 +17,37 @@ struct Time {
 /// Any moment will do, as long as nobody counts on its being 0.
 const std::int64_t kStart = 123456789;
 
-thread_local Time *fake = nullptr;
+OfOneThread<Time> fake;
 
 } // namespace
 
 FakeTime::FakeTime()
 {
-    if (fake)
+    if (fake.get())
         throw std::logic_error("time is faked already");
-    fake = new Time{std::vector<int>(), kStart, 0};
+    fake.set(new Time{std::vector<int>(), kStart, 0});
 }
 
 FakeTime::~FakeTime()
 {
-    delete fake;
-    fake = nullptr;
+    delete fake.get();
+    fake.set(nullptr);
 }
 
 std::vector<int> FakeTime::pauses() const
 {
-    return fake->pauses;
+    return fake.get()->pauses;
 }
 
 std::int64_t FakeTime::passed() const
 {
-    return std::accumulate(fake->pauses.begin(), fake->pauses.end(), std::int64_t(0));
+    const std::vector<int> &own = fake.get()->pauses;
+    return std::accumulate(own.begin(), own.end(), std::int64_t(0));
 }
 
 void FakeTime::passAtEachLook(std::int64_t milliseconds)
 {
-    fake->look = milliseconds;
+    fake.get()->look = milliseconds;
 }
 
 // platform::pauseFor(int) and platform::steadyMilliseconds(), by their names in the object files.
@@ -56,20 +58,22 @@ std::int64_t __real__ZN8platform18steadyMillisecondsEv();
 
 void __wrap__ZN8platform8pauseForEi(int milliseconds)
 {
-    if (!fake) {
+    Time *const own = fake.get();
+    if (!own) {
         __real__ZN8platform8pauseForEi(milliseconds);
         return;
     }
-    fake->pauses.push_back(milliseconds);
-    fake->now += milliseconds;
+    own->pauses.push_back(milliseconds);
+    own->now += milliseconds;
 }
 
 std::int64_t __wrap__ZN8platform18steadyMillisecondsEv()
 {
-    if (!fake)
+    Time *const own = fake.get();
+    if (!own)
         return __real__ZN8platform18steadyMillisecondsEv();
-    fake->now += fake->look;
-    return fake->now;
+    own->now += own->look;
+    return own->now;
 }
 
 } // extern "C"

@@ -1,32 +1,35 @@
 #include "testing/ReceiveHook.h"
 
+#include "testing/OfOneThread.h"
+
 namespace {
 
-thread_local ReceiveHook *current = nullptr;
+OfOneThread<ReceiveHook> current;
 
 } // namespace
 
 ReceiveHook::ReceiveHook(Function function) : m_function(function), m_received(0)
 {
-    current = this;
+    current.set(this);
 }
 
 ReceiveHook::~ReceiveHook()
 {
-    current = nullptr;
+    current.set(nullptr);
 }
 
 void ReceiveHook::received(std::int64_t bytes)
 {
     m_received += bytes;
     // What the function receives itself does not count.
-    current = nullptr;
+    current.set(nullptr);
     m_function(m_received);
-    current = this;
+    current.set(this);
 }
 
 void ReceiveHook::noteReceived(std::int64_t bytes)
 {
-    if (current && bytes > 0)
-        current->received(bytes);
+    ReceiveHook *const hook = current.get();
+    if (hook && bytes > 0)
+        hook->received(bytes);
 }

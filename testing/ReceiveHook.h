@@ -5,8 +5,7 @@
 #include <cstdint>
 #include <functional>
 
-/// Calls `function` behind every receive of the product's on this thread while the object lives. One object at a time
-/// and thread.
+/// Calls `function` behind every receive of the product's on this thread while the object lives. One object at a time.
 class ReceiveHook
 {
 public:

@@ -1,23 +1,26 @@
 #include "testing/ShortPatience.h"
 
+#include "testing/OfOneThread.h"
+
 namespace {
 
-thread_local ShortPatience *current = nullptr;
+OfOneThread<ShortPatience> current;
 
 } // namespace
 
 ShortPatience::ShortPatience(int milliseconds, int instead)
     : m_milliseconds(milliseconds), m_instead(instead), m_timeOuts(0)
 {
-    current = this;
+    current.set(this);
 }
 
 ShortPatience::~ShortPatience()
 {
-    current = nullptr;
+    current.set(nullptr);
 }
 
 ShortPatience *ShortPatience::forWaitOf(int milliseconds)
 {
-    return current && current->m_milliseconds == milliseconds ? current : nullptr;
+    ShortPatience *const own = current.get();
+    return own && own->m_milliseconds == milliseconds ? own : nullptr;
 }

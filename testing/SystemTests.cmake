@@ -15,7 +15,9 @@ function(quorhdfs_leave_out_tests_of_other_systems list_name)
         platform/Sockets_posix_test.cpp
         # Icon themes.
         dialog/FileIcon_posix_test.cpp
-        platform/ShellIcon_posix_test.cpp)
+        platform/ShellIcon_posix_test.cpp
+        # A signal stops a process and lets it go on.
+        testing/cluster/LongReads_posix_test.cpp)
     set(windows_only_tests
         # The system is asked twice, first for the size.
         platform/LocalAddresses_windows_test.cpp
