@@ -12,9 +12,11 @@
 #include <QtCore/QTemporaryDir>
 #include <QtCore/QTimer>
 #include <QtTest/QTest>
+#include <QtWidgets/QAction>
 #include <QtWidgets/QApplication>
 #include <QtWidgets/QComboBox>
 #include <QtWidgets/QLineEdit>
+#include <QtWidgets/QListView>
 #include <QtWidgets/QPushButton>
 
 #include <functional>
@@ -247,6 +249,68 @@ TEST_F(FileDialogs, SurviveAHostThatDestroysTheParentMeanwhile)
     EXPECT_EQ(QString(), chooseFileToOpen(shortLived, "Pick", localDirectory(), "F (*.f)"));
     EXPECT_EQ(1, dialogsShown);
     EXPECT_EQ(QStringList(), nativeCalls);
+}
+
+/// Waits for a window inside the own dialog's own event loop and destroys the host's parent then.
+void destroyOnceThereIs(const char *windowClass, QWidget *doomed)
+{
+    QTimer *const watch = new QTimer(doomed);
+    QObject::connect(watch, &QTimer::timeout, watch, [windowClass, doomed] {
+        foreach (QWidget *window, QApplication::topLevelWidgets()) {
+            if (window->inherits(windowClass) && window->isVisible()) {
+                delete doomed;
+                return;
+            }
+        }
+    });
+    watch->start(10);
+}
+
+TEST_F(FileDialogs, SurviveAHostThatDestroysTheParentWhileAQuestionIsOpen)
+{
+    setDefaultBrowser("all");
+    const QString place = localDirectory();
+    QWidget *const shortLived = new QWidget;
+    onceShown([shortLived](HDFSFileDialog *dialog) {
+        destroyOnceThereIs("QMessageBox", shortLived);
+        dialog->findChild<QLineEdit *>("fileNameEdit")->setText("data.csv");
+        dialog->accept();
+    });
+    EXPECT_EQ(QString(), chooseFileToSave(shortLived, "Keep", place, "Tables (*.csv)"));
+    EXPECT_EQ(1, dialogsShown);
+}
+
+TEST_F(FileDialogs, SurviveAHostThatDestroysTheParentWhileAWarningIsOpen)
+{
+    setDefaultBrowser("all");
+    const QString place = localDirectory();
+    for (const bool directoryMode : {false, true}) {
+        QWidget *const shortLived = new QWidget;
+        onceShown([shortLived](HDFSFileDialog *dialog) {
+            destroyOnceThereIs("QMessageBox", shortLived);
+            dialog->findChild<QLineEdit *>("fileNameEdit")->setText("missing.csv");
+            dialog->accept();
+        });
+        EXPECT_EQ(QString(), directoryMode ? chooseDirectory(shortLived, "Where", place)
+                                           : chooseFileToOpen(shortLived, "Pick", place, "Tables (*.csv)"));
+    }
+    EXPECT_EQ(2, dialogsShown);
+}
+
+TEST_F(FileDialogs, SurviveAHostThatDestroysTheParentWhileADeletionIsAskedFor)
+{
+    setDefaultBrowser("all");
+    const QString place = localDirectory();
+    QWidget *const shortLived = new QWidget;
+    onceShown([shortLived](HDFSFileDialog *dialog) {
+        destroyOnceThereIs("QMessageBox", shortLived);
+        QListView *const list = dialog->findChild<QListView *>("listView");
+        list->setCurrentIndex(list->model()->index(0, 0));
+        dialog->findChild<QAction *>("actionDelete")->trigger();
+    });
+    EXPECT_EQ(QString(), chooseFileToOpen(shortLived, "Pick", place, "Tables (*.csv)"));
+    EXPECT_EQ(1, dialogsShown);
+    EXPECT_TRUE(log.holds({}));
 }
 
 } // namespace
