@@ -143,6 +143,9 @@ void measureDialog(const char *which, bool detail, const QString &small, const Q
         subject->dialog()->resize(1042, 512);
         subject->dialog()->show();
         QAbstractItemView *const view = subject->view(detail);
+        // QFileDialog remembers how it was sorted the last time.
+        if (QTreeView *const tree = qobject_cast<QTreeView *>(view))
+            tree->sortByColumn(0, Qt::AscendingOrder);
         settle(view->viewport(), [view] { return view->isVisible(); });
 
         const Clock entering;

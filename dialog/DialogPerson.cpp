@@ -5,8 +5,8 @@
 #include <QtGui/QClipboard>
 #include <QtGui/QWindow>
 #include <QtTest/QTest>
-#include <QtWidgets/QAbstractItemView>
 #include <QtWidgets/QAbstractButton>
+#include <QtWidgets/QAbstractItemView>
 #include <QtWidgets/QApplication>
 #include <QtWidgets/QComboBox>
 #include <QtWidgets/QDialogButtonBox>
@@ -65,6 +65,7 @@ DialogPerson::~DialogPerson()
 {
     EXPECT_TRUE(m_answers.empty()) << m_answers.size() << " message boxes did not come";
     EXPECT_TRUE(m_choices.empty()) << m_choices.size() << " menus did not come";
+    EXPECT_FALSE(m_interruption) << "Nothing was interrupted";
 }
 
 void DialogPerson::checkFound(const void *widget, const char *objectName)
@@ -437,6 +438,12 @@ void DialogPerson::lookUp()
         return;
     m_looks = 0;
     m_answered = seen;
+    if (m_interruption) {
+        const std::function<void()> interruption = m_interruption;
+        m_interruption = nullptr;
+        interruption();
+        return;
+    }
     if (menu)
         choose(menu);
     else

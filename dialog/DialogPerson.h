@@ -11,6 +11,7 @@
 #include <QtWidgets/QWidget>
 
 #include <deque>
+#include <functional>
 #include <memory>
 #include <string>
 #include <vector>
@@ -110,6 +111,8 @@ public:
     void willAnswer(const std::vector<Answer> &answers);
     /// `text` is chosen by arrow keys and Enter; "" leaves by Escape.
     void willChoose(const std::string &text);
+    /// Happens instead of the answer to the next box or menu.
+    void willBeInterrupted(const std::function<void()> &interruption) { m_interruption = interruption; }
     /// What appeared since the last time.
     std::vector<SeenBox> takeBoxes();
     /// The items of the last menu: "-" is a separator, "(Text)" an item that is disabled.
@@ -133,6 +136,7 @@ private:
     QTimer m_eyes;
     std::deque<Answer> m_answers;
     std::deque<std::string> m_choices;
+    std::function<void()> m_interruption;
     std::vector<SeenBox> m_boxes;
     std::vector<std::string> m_menu;
     int m_menusSeen;

@@ -50,9 +50,9 @@ protected:
     LogCapture log;
     std::unique_ptr<ScriptedNameNode> nameNode;
     std::unique_ptr<ScriptedNamespace> hdfs;
-    int connects;                 ///< how often the dialog asked for a connection
-    bool canConnect;              ///< whether it gets one
-    std::string user;             ///< as whom
+    int connects;     ///< how often the dialog asked for a connection
+    bool canConnect;  ///< whether it gets one
+    std::string user; ///< as whom
     std::unique_ptr<HDFSFileDialog> dialog;
     std::unique_ptr<DialogPerson> person;
 

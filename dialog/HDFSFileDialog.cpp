@@ -708,12 +708,22 @@ bool HDFSFileDialog::eventFilter(QObject *watched, QEvent *event)
     return QDialog::eventFilter(watched, event);
 }
 
-/// The Enter key opens the current item of a view and is not meant for the OK button, too.
+/// The Enter key opens the current item of a view or goes to the current bookmark, and is not meant for the OK button,
+/// too. With Ctrl, which means something to `accept`, it is meant for OK; QDialog does not take it so.
 void HDFSFileDialog::keyPressEvent(QKeyEvent *event)
 {
     const bool isEnter = event->key() == Qt::Key_Return || event->key() == Qt::Key_Enter;
     if (isEnter && visibleView()->hasFocus() && visibleView()->currentIndex().isValid())
         return;
+    if (isEnter && m_ui->listWidget->hasFocus()) {
+        if (m_ui->listWidget->currentIndex().isValid())
+            on_clickBookmarks(m_ui->listWidget->currentIndex());
+        return;
+    }
+    if (isEnter && (event->modifiers() & Qt::ControlModifier)) {
+        m_ui->buttonBox->button(QDialogButtonBox::Ok)->click();
+        return;
+    }
     QDialog::keyPressEvent(event);
 }
 

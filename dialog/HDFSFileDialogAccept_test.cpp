@@ -42,8 +42,8 @@ TEST_P(HDFSFileDialogWriteOptions, StandBehindAPathOfHdfs)
 }
 
 const WriteOptions kWriteOptions[] = {
-    {1, 64, ""},    {3, 128, "|3|128"}, {3, 64, "|3"},         {1, 128, "||128"},
-    {1, 1, "||1"},  {2, 63, "|2|63"},   {65535, 1000, "|65535|1000"},
+    {1, 64, ""},      {3, 128, "|3|128"},           {3, 64, "|3"}, {1, 128, "||128"}, {1, 1, "||1"},
+    {2, 63, "|2|63"}, {65535, 1000, "|65535|1000"},
 };
 INSTANTIATE_TEST_SUITE_P(All, HDFSFileDialogWriteOptions, ::testing::ValuesIn(kWriteOptions));
 
@@ -118,6 +118,16 @@ TEST_F(HDFSFileDialogAccept, AFileThatIsMissingIsTakenWithControlHeld)
     person->typeName("missing.txt");
     person->willAnswer({DialogPerson::ByEnter});
     person->clickOk(Qt::ControlModifier);
+    EXPECT_EQ(1u, boxTexts().size());
+    EXPECT_EQ(local("missing.txt"), accepted());
+}
+
+TEST_F(HDFSFileDialogAccept, ControlAndEnterAreControlAndOk)
+{
+    open(DialogModeOpen, local());
+    person->typeName("missing.txt");
+    person->willAnswer({DialogPerson::ByEnter});
+    person->press(Qt::Key_Return, Qt::ControlModifier);
     EXPECT_EQ(1u, boxTexts().size());
     EXPECT_EQ(local("missing.txt"), accepted());
 }
@@ -222,8 +232,7 @@ TEST_F(HDFSFileDialogAccept, AFileThatIsMissingInHdfsIsRefusedAndTakenWithContro
     EXPECT_TRUE(person->isOpen());
     person->willAnswer({DialogPerson::ByEnter});
     person->clickOk(Qt::ControlModifier);
-    const std::string refused =
-        "hdfs:/missing.txt\nFile not found.\nPlease verify the correct file name was given.";
+    const std::string refused = "hdfs:/missing.txt\nFile not found.\nPlease verify the correct file name was given.";
     EXPECT_EQ((Texts{refused, refused}), boxTexts());
     EXPECT_EQ("hdfs:/missing.txt", accepted());
 }
@@ -315,8 +324,7 @@ TEST_F(HDFSFileDialogAccept, ADirectoryThatIsMissingIsRefused)
     const std::vector<SeenBox> boxes = person->takeBoxes();
     ASSERT_EQ(1u, boxes.size());
     EXPECT_EQ("Choose", boxes[0].title);
-    EXPECT_EQ("hdfs:/d/gone\nDirectory not found.\nPlease verify the correct directory name was given.",
-              boxes[0].text);
+    EXPECT_EQ("hdfs:/d/gone\nDirectory not found.\nPlease verify the correct directory name was given.", boxes[0].text);
     EXPECT_EQ("[OK]", boxes[0].buttons);
     EXPECT_TRUE(person->isOpen());
     // Where it would be is shown.

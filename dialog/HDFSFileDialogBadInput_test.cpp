@@ -23,7 +23,8 @@ const char *const kNames[] = {
     "-rf",
     " leading and trailing ",
     "x|3|128",
-    "\xe2\x80\xae" "txt.exe",
+    "\xe2\x80\xae"
+    "txt.exe",
     "\xd7\xa9\xd7\x9c\xd7\x95\xd7\x9d",
     "\xe6\xb1\x89\xe5\xad\x97",
     "\xf0\x9f\x90\x98",

@@ -17,10 +17,7 @@ protected:
         person->click(GetParam());
     }
 
-    static std::string sure(const std::string &name)
-    {
-        return "Are you sure you want to delete '" + name + "'?";
-    }
+    static std::string sure(const std::string &name) { return "Are you sure you want to delete '" + name + "'?"; }
     static std::string isProtected(const std::string &name)
     {
         return "'" + name + "' is write protected.\nDo you want to delete it anyway?";

@@ -263,11 +263,10 @@ TEST_F(HDFSFileDialogFaults, ANameNodeThatHasEveryNameDoesNotKeepNewFolderAsking
     hdfs->takeRequests();
     person->click("newFolderButton");
     const Texts requests = hdfs->takeRequests();
-    EXPECT_LE(requests.size(), 10000u);
-    EXPECT_GT(requests.size(), 1000u);
-    EXPECT_TRUE(person->isOpen());
-    if (person->nameEditor())
-        person->press(Qt::Key_Escape);
+    EXPECT_EQ(9999u, requests.size());
+    EXPECT_EQ("getFileInfo /New Folder(9999)", requests.back());
+    EXPECT_TRUE(log.holds({"Cannot create directory 'hdfs:/New Folder'"}));
+    EXPECT_EQ(nullptr, person->nameEditor());
     EXPECT_TRUE(person->isOpen());
 }
 
@@ -308,6 +307,78 @@ TEST_F(HDFSFileDialogFaults, ADirectoryThatWasReplacedByAFileIsNotEntered)
     person->press(Qt::Key_F5);
     person->doubleClickOn("a.d");
     EXPECT_EQ("hdfs:/a.d", accepted());
+}
+
+// --- the host loses patience ---
+
+/// What somebody is asked, and the host deletes the dialog meanwhile.
+class HDFSFileDialogInterrupted : public HDFSFileDialogFaults
+{
+protected:
+    HDFSFileDialogInterrupted()
+    {
+        hdfs->addFile("/a.txt");
+        hdfs->addFile("/b.txt", 0444);
+    }
+
+    void openToBeInterrupted(DialogMode mode, const std::string &selection)
+    {
+        open(mode, selection);
+        person->willBeInterrupted([this] { dialog.reset(); });
+        hdfs->takeRequests();
+    }
+
+    void expectNothingElse()
+    {
+        EXPECT_EQ(nullptr, dialog);
+        for (const std::string &request : hdfs->takeRequests())
+            EXPECT_EQ(0u, request.find("getFileInfo")) << request;
+        EXPECT_TRUE(log.holds({}));
+        person.reset();
+    }
+};
+
+TEST_F(HDFSFileDialogInterrupted, WhileItAsksWhetherToReplace)
+{
+    openToBeInterrupted(DialogModeSave, "hdfs:/a.txt");
+    person->press(Qt::Key_Return);
+    expectNothingElse();
+}
+
+TEST_F(HDFSFileDialogInterrupted, WhileItWarnsOfAMissingFile)
+{
+    openToBeInterrupted(DialogModeOpen, "hdfs:/gone.txt");
+    person->press(Qt::Key_Return);
+    expectNothingElse();
+}
+
+TEST_F(HDFSFileDialogInterrupted, WhileItWarnsOfAMissingDirectory)
+{
+    openToBeInterrupted(DialogModeDirectory, "hdfs:/gone.txt");
+    person->press(Qt::Key_Return);
+    expectNothingElse();
+}
+
+TEST_F(HDFSFileDialogInterrupted, WhileItAsksWhetherToDelete)
+{
+    for (const char *name : {"a.txt", "b.txt"}) {
+        open(DialogModeOpen, "hdfs:/");
+        person->clickOn(name);
+        person->willBeInterrupted([this] { dialog.reset(); });
+        hdfs->takeRequests();
+        person->press(Qt::Key_Delete);
+        expectNothingElse();
+    }
+}
+
+TEST_F(HDFSFileDialogInterrupted, WhileItsMenuIsOpen)
+{
+    open(DialogModeOpen, "hdfs:/");
+    person->clickOn("a.txt");
+    person->willBeInterrupted([this] { dialog.reset(); });
+    hdfs->takeRequests();
+    person->pressContextMenuKey();
+    expectNothingElse();
 }
 
 // --- it breaks off ---

@@ -249,6 +249,11 @@ TEST_F(HDFSFileDialogNavigation, ADirectoryThatIsEnteredClearsTheNameOnlyWhereAD
     person->typeName("b");
     person->doubleClickOn("b");
     EXPECT_EQ("", person->typedName());
+    person->click("toParentButton");
+    person->typeName("typed");
+    QMetaObject::invokeMethod(dialog.get(), "on_enterDirectory", Q_ARG(QModelIndex, person->indexOf("b")));
+    EXPECT_EQ("hdfs:/a/b", person->place());
+    EXPECT_EQ("", person->typedName());
 }
 
 // --- back, forward and up ---
@@ -383,6 +388,18 @@ TEST_F(HDFSFileDialogNavigation, ADriveIsEntered)
 
 // --- bookmarks ---
 
+TEST_F(HDFSFileDialogNavigation, EnterOnABookmarkGoesThereAndAcceptsNothing)
+{
+    open(DialogModeDirectory, local());
+    QListWidget *const bookmarks = person->find<QListWidget>("listWidget");
+    bookmarks->setFocus();
+    bookmarks->setCurrentRow(1);
+    ASSERT_EQ(std::string("hdfs:/"), bookmarks->currentItem()->text().toStdString());
+    person->press(Qt::Key_Return);
+    EXPECT_TRUE(person->isOpen());
+    EXPECT_EQ("hdfs:/", person->place());
+}
+
 TEST_F(HDFSFileDialogNavigation, BookmarksLeadToTheComputerHdfsAndTheUsersOwnFolders)
 {
     makeLocalDirectory("home/Desktop");
@@ -402,8 +419,7 @@ TEST_F(HDFSFileDialogNavigation, BookmarksLeadToTheComputerHdfsAndTheUsersOwnFol
         person->clickBookmark(place);
         EXPECT_EQ(place, person->place());
     }
-    EXPECT_EQ((Texts{local(), "", "hdfs:/", local("home"), local("home/Desktop"), local("home/Documents")}),
-              history());
+    EXPECT_EQ((Texts{local(), "", "hdfs:/", local("home"), local("home/Desktop"), local("home/Documents")}), history());
 }
 
 TEST_F(HDFSFileDialogNavigation, FoldersThatTheUserHasNotAreNoBookmarks)
@@ -531,10 +547,10 @@ TEST_F(HDFSFileDialogNavigation, TheTabKeyVisitsEverythingInTheOrderOfTheForm)
     person->click("backButton");
     ASSERT_EQ("<>^", arrows());
     person->typeName("n.txt");
-    const Texts expected = {"fileTypeCombo",   "sbReplication",    "sbBlockSize", "OK",
-                            "Cancel",          "pbNative",         "lookInCombo", "backButton",
-                            "forwardButton",   "toParentButton",   "newFolderButton", "listModeButton",
-                            "detailModeButton", "listWidget",      "listView",    "fileNameEdit"};
+    const Texts expected = {"fileTypeCombo",    "sbReplication",  "sbBlockSize",     "OK",
+                            "Cancel",           "pbNative",       "lookInCombo",     "backButton",
+                            "forwardButton",    "toParentButton", "newFolderButton", "listModeButton",
+                            "detailModeButton", "listWidget",     "listView",        "fileNameEdit"};
     Texts visited;
     for (std::size_t i = 0; i < expected.size(); ++i) {
         person->press(Qt::Key_Tab);

@@ -162,8 +162,8 @@ TEST_F(HDFSFileDialogTest, StartsAsAList)
 TEST_F(HDFSFileDialogTest, AllButtonsHaveAnIcon)
 {
     open(DialogModeOpen, local());
-    for (const char *button : {"backButton", "forwardButton", "toParentButton", "newFolderButton", "listModeButton",
-                               "detailModeButton"})
+    for (const char *button :
+         {"backButton", "forwardButton", "toParentButton", "newFolderButton", "listModeButton", "detailModeButton"})
         EXPECT_FALSE(person->find<QToolButton>(button)->icon().isNull()) << button;
     const QStyle *const style = dialog->style();
     const auto looksLike = [&](const char *button, QStyle::StandardPixmap which) {
@@ -394,6 +394,16 @@ const Name kNames[] = {
     {" ", true, "OK"},
 };
 INSTANTIATE_TEST_SUITE_P(All, HDFSFileDialogName, ::testing::ValuesIn(kNames));
+
+TEST_F(HDFSFileDialogTest, ATextWithTwoDotsIsNotTakenForTheDirectoryThatIsShown)
+{
+    hdfs->addDirectory("/a..b");
+    open(DialogModeOpen, "hdfs:/a..b");
+    person->typeName("hdfs:/a..b");
+    EXPECT_FALSE(person->canAccept());
+    person->typeName("hdfs:/a..b/");
+    EXPECT_TRUE(person->canAccept());
+}
 
 TEST_F(HDFSFileDialogTest, WhatIsNotOfHdfsIsTypedWithoutAskingTheNameNode)
 {

@@ -430,8 +430,8 @@ bool HdfsFileSystemModel::isEntryName(const QString &name) const
            !name.contains(QLatin1Char('/')) && (isHdfs() || !name.contains(QDir::separator()));
 }
 
-/// Whether another entry of the current HDFS directory has this name. The NameNode says neither that it refused to rename to
-/// the name of a file nor that it moved what was to be renamed into the directory of that name.
+/// Whether another entry of the current HDFS directory has this name. The NameNode says neither that it refused to
+/// rename to the name of a file nor that it moved what was to be renamed into the directory of that name.
 bool HdfsFileSystemModel::isTaken(const QString &name) const
 {
     if (!isHdfs())

@@ -22,8 +22,7 @@ bool isIn(const std::string &key, const std::string &directory)
            key.find('/', directory.size() + 1) == std::string::npos;
 }
 
-template <class Response>
-void sendResult(ScriptedConnection &connection, const NameNodeCall &call, bool result)
+template <class Response> void sendResult(ScriptedConnection &connection, const NameNodeCall &call, bool result)
 {
     Response response;
     response.set_result(result);

@@ -157,8 +157,8 @@ TEST_F(FailingRead, ConnectionThatEndsWithinTheAnswersFirstFourBytesIsStepTwo)
             {"Warning HDFS: TCPIP received failed (2)", "Warning HDFS: socket error: " + socketErrorOf(0), kAllDown}));
         file.dataNode().peer().setSendFault(Fault::resetAt(byte));
         EXPECT_EQ(kReadFailed, readAt(reader.get(), 0, 96).result);
-        EXPECT_TRUE(log.takes({"Warning HDFS: TCPIP received failed (2)",
-                               "Warning HDFS: socket error: " + resetError(), kAllDown}));
+        EXPECT_TRUE(log.takes(
+            {"Warning HDFS: TCPIP received failed (2)", "Warning HDFS: socket error: " + resetError(), kAllDown}));
         EXPECT_EQ(before + 6, file.connectionCount());
     }
 }
@@ -429,10 +429,10 @@ TEST(FailOver, QuietRetryIsThereAgainAfterALoggedFailure)
     const std::unique_ptr<HdfsFileReader> reader = file.open();
     EXPECT_EQ(kReadFailed, readAt(reader.get(), 0, 1000).result);
     // Six attempts: quiet and logged on the first, on the second, and on the first again.
-    EXPECT_TRUE(
-        log.holds({"Warning HDFS: TCPIP received failed (2)", "Warning HDFS: socket error: " + socketErrorOf(0),
-                   "Warning HDFS: TCPIP received failed (2)", "Warning HDFS: socket error: " + socketErrorOf(0),
-                   "Warning HDFS: TCPIP received failed (2)", "Warning HDFS: socket error: " + socketErrorOf(0), kAllDown}));
+    EXPECT_TRUE(log.holds({"Warning HDFS: TCPIP received failed (2)", "Warning HDFS: socket error: " + socketErrorOf(0),
+                           "Warning HDFS: TCPIP received failed (2)", "Warning HDFS: socket error: " + socketErrorOf(0),
+                           "Warning HDFS: TCPIP received failed (2)", "Warning HDFS: socket error: " + socketErrorOf(0),
+                           kAllDown}));
     EXPECT_EQ(4u, file.dataNode(0).connectionCount());
     EXPECT_EQ(2u, file.dataNode(1).connectionCount());
     EXPECT_EQ(1, reader->blocks[0]->firstLocation->down);

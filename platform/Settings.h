@@ -11,12 +11,15 @@
 
 namespace platform {
 
-/// Opens the store for reading and writing; changes are written when the object is destroyed, and
-/// a store that cannot be written keeps its values without a message.
+/// Opens the store for reading and writing; changes are written at the latest when the object is
+/// destroyed, and a store that cannot be written stays as it is without a message.
 std::unique_ptr<QSettings> openConnectionSettings();
 
 /// A value as the text that stands in the store; `defaultValue` when it is missing. Unlike
 /// QVariant::toString also for a hand-written value with commas, which INI files take for a list.
+/// In the registry a REG_SZ or REG_EXPAND_SZ is the text (nothing is expanded), a REG_DWORD or
+/// REG_QWORD the number in decimal, a REG_BINARY what its bytes are in UTF-16, and a REG_MULTI_SZ its
+/// only string, or empty when it has several.
 QString settingText(const QSettings &settings, const QString &name, const QString &defaultValue = QString());
 
 } // namespace platform

@@ -1,53 +1,24 @@
 // The registry as others see it: `reg` is the system's own program for it.
 #include "platform/Settings.h"
 
+#include "testing/RegistryProgram_windows.h"
 #include "testing/TemporarySettings.h"
 
 #include <gtest/gtest.h>
 
-#include <QtCore/QProcess>
-#include <QtCore/QStringList>
-
 #include <windows.h>
 
 namespace {
-
-struct Ended {
-    int status;
-    QString output;
-};
-
-Ended reg(const QStringList &arguments)
-{
-    QProcess process;
-    process.setProcessChannelMode(QProcess::MergedChannels);
-    process.start("reg", arguments);
-    EXPECT_TRUE(process.waitForFinished(30000)) << process.errorString().toStdString();
-    return Ended{process.exitCode(), QString::fromLocal8Bit(process.readAll())};
-}
 
 class WindowsSettings : public ::testing::Test
 {
 protected:
     void add(const QString &name, const QString &type, const QString &data)
     {
-        const Ended ended = reg(QStringList() << "add" << settings.fileName() << "/v" << name << "/t" << type << "/d"
-                                              << data << "/f");
-        ASSERT_EQ(0, ended.status) << ended.output.toStdString();
+        registry_program::add(settings.fileName(), name, type, data);
     }
 
-    /// What `reg query` says of a value: its name, type and data with one blank between them; empty when there is none.
-    std::string query(const QString &name)
-    {
-        const Ended ended = reg(QStringList() << "query" << settings.fileName() << "/v" << name);
-        if (ended.status != 0)
-            return "";
-        for (const QString &line : ended.output.split('\n')) {
-            if (line.trimmed().startsWith(name))
-                return line.simplified().toStdString();
-        }
-        return "unexpected: " + ended.output.toStdString();
-    }
+    std::string query(const QString &name) { return registry_program::query(settings.fileName(), name); }
 
     std::string storedText(const QString &name, const QString &defaultValue = QString())
     {

@@ -1,6 +1,7 @@
 #include "rpc/Network.h"
 
 #include "platform/LocalAddresses.h"
+#include "platform/Sockets.h"
 #include "testing/SystemCallFaults.h"
 
 #include <gtest/gtest.h>
@@ -15,6 +16,16 @@ namespace {
 TEST(Network, StartsOnceAfterFailuresAndKnowsTheLocalAddressesThen)
 {
     EXPECT_FALSE(isLocalAddress("127.0.0.1"));
+    {
+        // Where the system's sockets must be started at all.
+        SystemCallFaults faults;
+        EXPECT_EQ(0, platform::startSockets());
+        if (faults.count(SystemCall::Start) > 0) {
+            faults.fail(SystemCall::Start, 0, 1);
+            EXPECT_EQ(1, initNetwork());
+            EXPECT_EQ(0, faults.count(SystemCall::Interfaces));
+        }
+    }
     {
         SystemCallFaults faults;
         faults.fail(SystemCall::Interfaces, 0, ENOMEM);
@@ -37,6 +48,7 @@ TEST(Network, StartsOnceAfterFailuresAndKnowsTheLocalAddressesThen)
 
     SystemCallFaults faults;
     EXPECT_EQ(0, initNetwork());
+    EXPECT_EQ(0, faults.count(SystemCall::Start));
     EXPECT_EQ(0, faults.count(SystemCall::Interfaces));
     EXPECT_EQ(0, faults.count(SystemCall::Allocate));
     faults.fail(SystemCall::Interfaces, 0, ENOMEM);

@@ -14,7 +14,7 @@ QString localPathOf(const QByteArray &path)
 
 QByteArray serversPathOf(const QString &path)
 {
-    typedef char *(CDECL *UnixFileName)(const wchar_t *);
+    typedef char *(CDECL * UnixFileName)(const wchar_t *);
     const UnixFileName unixFileName = reinterpret_cast<UnixFileName>(
         reinterpret_cast<void *>(::GetProcAddress(::GetModuleHandleW(L"kernel32.dll"), "wine_get_unix_file_name")));
     if (!unixFileName)

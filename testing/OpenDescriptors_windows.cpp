@@ -16,7 +16,8 @@ bool isSocket(int number)
     return ::getsockopt(static_cast<SOCKET>(number), SOL_SOCKET, SO_TYPE, reinterpret_cast<char *>(&type), &size) == 0;
 }
 
-/// Sockets and files. Windows keeps threads, locks and much else behind handles, too, which come and go with its libraries.
+/// Sockets and files. Windows keeps threads, locks and much else behind handles, too, which come and go with its
+/// libraries.
 std::set<int> openNow()
 {
     std::set<int> open;

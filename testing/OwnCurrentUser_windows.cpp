@@ -23,8 +23,8 @@ HKEY openNew(const std::wstring &path)
 } // namespace
 
 OwnCurrentUser::OwnCurrentUser()
-    : m_outer(innermost), m_path(L"Software\\QuorTests\\" + std::to_wstring(::GetCurrentProcessId()) + L"-" +
-                                 std::to_wstring(number++)),
+    : m_outer(innermost),
+      m_path(L"Software\\QuorTests\\" + std::to_wstring(::GetCurrentProcessId()) + L"-" + std::to_wstring(number++)),
       m_key(nullptr)
 {
     ::RegOverridePredefKey(HKEY_CURRENT_USER, nullptr);

@@ -1,5 +1,5 @@
-// The sockets of the scripted peers, of their own on each system: they share nothing with the product's, whose calls the
-// tests let fail. What the system refuses throws std::runtime_error.
+// The sockets of the scripted peers, of their own on each system: they share nothing with the product's, whose calls
+// the tests let fail. What the system refuses throws std::runtime_error.
 #ifndef TESTING_PEERSOCKET_H
 #define TESTING_PEERSOCKET_H
 
@@ -30,8 +30,8 @@ private:
     Socket m_socket;
 };
 
-/// A socket bound to a numeric IPv4 address or to the IPv6 loopback; `*port` 0 asks for a free one, and is the port that
-/// it got afterwards. Nobody inherits it.
+/// A socket bound to a numeric IPv4 address or to the IPv6 loopback; `*port` 0 asks for a free one, and is the port
+/// that it got afterwards. Nobody inherits it.
 Socket bindTo(const std::string &address, int *port);
 /// False when this machine has no loopback interface with IPv6.
 bool hasIPv6Loopback();
@@ -42,8 +42,8 @@ void close(Socket socket);
 
 enum Event { Readable, Writable };
 enum Waited { Ready, TimedOut, Woken };
-/// Waits until `event` holds (or the connection has come to an end), `wake` is raised, or `milliseconds` (-1: any number)
-/// have passed. Woken goes before Ready.
+/// Waits until `event` holds (or the connection has come to an end), `wake` is raised, or `milliseconds` (-1: any
+/// number) have passed. Woken goes before Ready.
 Waited waitFor(Socket socket, Event event, const Wake &wake, int milliseconds);
 
 /// Bytes received or sent, which are fewer than `size` when there is no more to be had at once; 0 at the end of the

@@ -227,8 +227,8 @@ QByteArray RealCluster::run(const QList<QByteArray> &programAndArguments) const
 
 CommandResult RealCluster::runPrivateHdfs(const QList<QByteArray> &arguments) const
 {
-    return ask(QByteArray(), QList<QByteArray>() << "run" << kPrivateHdfs << arguments << "--data"
-                                                 << value("PRIVATE_HDFS_DATA"));
+    return ask(QByteArray(), QList<QByteArray>()
+                                 << "run" << kPrivateHdfs << arguments << "--data" << value("PRIVATE_HDFS_DATA"));
 }
 
 void RealCluster::privateHdfs(const QList<QByteArray> &arguments) const

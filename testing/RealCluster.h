@@ -69,7 +69,8 @@ public:
 
     /// The node ("datanode1", …) that listens at a data port.
     QByteArray nodeAtPort(std::uint32_t xferPort) const;
-    /// The files that hold the replicas of a block on disk, one for each DataNode that has it, as this process names them.
+    /// The files that hold the replicas of a block on disk, one for each DataNode that has it, as this process names
+    /// them.
     QList<QString> replicaFiles(std::uint64_t blockId) const;
 
     /// Faults, by the node's name ("namenode", "datanode1", …). They return when it is so.

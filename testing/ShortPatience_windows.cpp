@@ -7,8 +7,7 @@ extern "C" {
 extern decltype(&::select) __real___imp_select;
 extern decltype(&::select) __wrap___imp_select;
 
-static int WSAAPI wrapped_select(int count, fd_set *readable, fd_set *writable, fd_set *exceptional,
-                                 TIMEVAL *patience)
+static int WSAAPI wrapped_select(int count, fd_set *readable, fd_set *writable, fd_set *exceptional, TIMEVAL *patience)
 {
     ShortPatience *const shorter =
         patience ? ShortPatience::forWaitOf(patience->tv_sec * 1000 + patience->tv_usec / 1000) : nullptr;

@@ -160,8 +160,7 @@ static int WSAAPI wrapped_recv(SOCKET socket, char *buffer, int size, int flags)
     if (mustFail(SystemCall::Receive))
         return SOCKET_ERROR;
     const std::size_t room = static_cast<std::size_t>(size);
-    const int received =
-        __real___imp_recv(socket, buffer, static_cast<int>(allowedToReceive(room, room)), flags);
+    const int received = __real___imp_recv(socket, buffer, static_cast<int>(allowedToReceive(room, room)), flags);
     noteReceived(received);
     return received;
 }
@@ -189,14 +188,12 @@ static int WSAAPI wrapped_WSARecv(SOCKET socket, WSABUF *places, DWORD placeCoun
 
 static int WSAAPI wrapped_setsockopt(SOCKET socket, int level, int name, const char *value, int size)
 {
-    return mustFail(SystemCall::SetOption) ? SOCKET_ERROR
-                                           : __real___imp_setsockopt(socket, level, name, value, size);
+    return mustFail(SystemCall::SetOption) ? SOCKET_ERROR : __real___imp_setsockopt(socket, level, name, value, size);
 }
 
 static int WSAAPI wrapped_getsockopt(SOCKET socket, int level, int name, char *value, int *size)
 {
-    return mustFail(SystemCall::GetOption) ? SOCKET_ERROR
-                                           : __real___imp_getsockopt(socket, level, name, value, size);
+    return mustFail(SystemCall::GetOption) ? SOCKET_ERROR : __real___imp_getsockopt(socket, level, name, value, size);
 }
 
 static int WSAAPI wrapped_getnameinfo(const sockaddr *address, socklen_t addressSize, char *host, DWORD hostSize,

@@ -23,8 +23,11 @@ function(quorhdfs_leave_out_tests_of_other_systems list_name)
         platform/LocalAddresses_windows_test.cpp
         # The registry, as `reg` sees it.
         platform/Settings_windows_test.cpp
+        plugin/ConnectionSetup_windows_test.cpp
         # Sockets must be started.
-        platform/Sockets_windows_test.cpp)
+        platform/Sockets_windows_test.cpp
+        # The system makes an identifier, and then a text of it.
+        platform/UniqueId_windows_test.cpp)
 
     if(WIN32)
         set(others ${posix_only_tests})

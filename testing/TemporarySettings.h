@@ -7,7 +7,8 @@
 
 #include <memory>
 
-/// Points XDG_CONFIG_HOME to a new directory while it lives; on Windows, HKEY_CURRENT_USER to a new key of the registry.
+/// Points XDG_CONFIG_HOME to a new directory while it lives; on Windows, HKEY_CURRENT_USER to a new key of the
+/// registry.
 class TemporarySettings
 {
 public:

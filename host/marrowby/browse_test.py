@@ -1,10 +1,10 @@
 #!/usr/bin/env python3
-"""What a person does with the file dialog of `marrowby browse`, with keys and mouse on a real display and a real HDFS.
+"""What a person does with the file dialog of `marrowby browse`, with keys and mouse on a display and a real HDFS.
 
     ./run --exec testing/with-display host/marrowby/browse_test.py [-v] [TEST]...
 
-It needs the environment that ./run prepares, with a private HDFS of its own: the NameNode is killed. What became of HDFS is
-told by `hdfs dfs` and `marrowby ls`, never by the dialog.
+It needs the environment that ./run prepares, with a private HDFS of its own: the NameNode is killed. What became of
+HDFS is told by `hdfs dfs`, never by the dialog.
 """
 import os
 import shutil
@@ -52,6 +52,17 @@ class Browsing(unittest.TestCase):
                                 capture_output=True, text=True).stdout
         return sorted(os.path.basename(path) for path in listed.splitlines())
 
+    def assert_names(self, expected, directory=""):
+        """Waits until that is what is there."""
+        def are_right():
+            self.found = self.names(directory)
+            return self.found == expected
+
+        try:
+            person.wait_for(are_right, "the right names")
+        except AssertionError:
+            self.assertEqual(self.found, expected)
+
     def dialog(self, mode, start=None, *arguments, environment=None):
         return Dialog(mode, *arguments, f"hdfs:{self.room}" if start is None else start,
                       environment={"HOME": self.home, **(environment or {})})
@@ -75,8 +86,8 @@ class Choosing(Browsing):
         self.make("inner/")
         self.make("inner/data.csv")
         with self.dialog("--open") as dialog:
-            dialog.click(FIRST_FILE, times=2)
-            dialog.picture()
+            with dialog.elsewhere():
+                dialog.click(FIRST_FILE, times=2)
             dialog.click(FIRST_FILE, times=2)
             self.assert_chooses(dialog, f"hdfs:{self.room}/inner/data.csv")
 
@@ -93,8 +104,8 @@ class Choosing(Browsing):
         with self.dialog("--directory") as dialog:
             dialog.go_to_list()
             dialog.select("inner")
-            person.press("Return")
-            dialog.picture()
+            with dialog.elsewhere():
+                person.press("Return")
             dialog.click(OK_BUTTON)
             self.assert_chooses(dialog, f"hdfs:{self.room}/inner")
 
@@ -104,11 +115,11 @@ class Choosing(Browsing):
             dialog.go_to_list()
             for name in "inner", "innermost":
                 dialog.select(name)
-                person.press("Return")
-                dialog.picture()
+                with dialog.elsewhere():
+                    person.press("Return")
             for key in "BackSpace", "alt+Up", "alt+Left", "alt+Left", "alt+Left", "alt+Right":
-                person.press(key)
-                dialog.picture()
+                with dialog.elsewhere():
+                    person.press(key)
             dialog.click(OK_BUTTON)
             self.assert_chooses(dialog, f"hdfs:{self.room}/inner/innermost")
 
@@ -117,8 +128,8 @@ class Choosing(Browsing):
         with self.dialog("--directory", f"hdfs:{self.room}/inner") as dialog:
             dialog.go_to_list()
             dialog.select("innermost")
-            person.press("alt+Up")
-            dialog.picture()
+            with dialog.elsewhere():
+                person.press("alt+Up")
             dialog.click(OK_BUTTON)
             self.assert_chooses(dialog, f"hdfs:{self.room}")
 
@@ -135,7 +146,7 @@ class Choosing(Browsing):
             dialog.picture()
             dialog.click(CANCEL_BUTTON_ABOVE_WRITE_OPTIONS)
             self.assert_cancelled(dialog)
-        self.assertEqual(self.names(), ["data.csv"])
+        self.assert_names(["data.csv"])
 
     def test_a_missing_file_is_for_those_who_hold_ctrl(self):
         with self.dialog("--open") as dialog:
@@ -177,11 +188,9 @@ class LargeDirectories(Browsing):
             first = before = dialog.list_picture()
             for _ in range(4):
                 person.press("Next")
-                after = dialog.list_picture()
-                self.assertNotEqual(after, before)
-                before = after
+                before = dialog.wait_for_list(lambda shown: shown != before, "another page")
             person.press("Home")
-            self.assertEqual(dialog.list_picture(), first)
+            dialog.wait_for_list(lambda shown: shown == first, "the first page")
 
         with self.dialog("--open", "hdfs:" + self.PLACE) as dialog:
             dialog.go_to_list()
@@ -192,7 +201,8 @@ class LargeDirectories(Browsing):
 
 class Saving(Browsing):
     def test_write_options_come_with_the_path(self):
-        for replication, block_size, expected in ("2", "128", "|2|128"), ("2", "64", "|2"), ("1", "128", "||128"), ("1", "64", ""):
+        for replication, block_size, expected in (("2", "128", "|2|128"), ("2", "64", "|2"), ("1", "128", "||128"),
+                                                  ("1", "64", "")):
             with self.subTest(expected), self.dialog("--save") as dialog:
                 person.write("new.csv")
                 person.press("Tab", "Tab", "ctrl+a")
@@ -201,7 +211,7 @@ class Saving(Browsing):
                 person.write(block_size)
                 person.press("Return")
                 self.assert_chooses(dialog, f"hdfs:{self.room}/new.csv{expected}")
-        self.assertEqual(self.names(), [])
+        self.assert_names([])
 
     def test_an_existing_file_is_replaced_on_request_only(self):
         self.make("old.csv")
@@ -213,12 +223,12 @@ class Saving(Browsing):
             person.press("Return")
             dialog.answer("Save", "alt+y", ends=True)
             self.assert_chooses(dialog, f"hdfs:{self.room}/old.csv")
-        self.assertEqual(self.names(), ["old.csv"])
+        self.assert_names(["old.csv"])
 
     def test_a_local_file_has_no_write_options(self):
         with self.dialog("--save") as dialog:
-            dialog.click(HOME_BOOKMARK)
-            dialog.picture()
+            with dialog.elsewhere():
+                dialog.click(HOME_BOOKMARK)
             person.press("Tab", "Tab")
             person.write("new.csv")
             person.press("Return")
@@ -230,13 +240,13 @@ class Changing(Browsing):
         with self.dialog("--directory") as dialog:
             dialog.click(NEW_FOLDER_BUTTON)
             dialog.picture()
-            self.assertEqual(self.names(), ["New Folder"])
+            self.assert_names(["New Folder"])
             person.write("harvest")
             person.press("Return")
             dialog.picture()
-            self.assertEqual(self.names(), ["harvest"])
-            person.press("Return")
-            dialog.picture()
+            self.assert_names(["harvest"])
+            with dialog.elsewhere():
+                person.press("Return")
             dialog.click(OK_BUTTON)
             self.assert_chooses(dialog, f"hdfs:{self.room}/harvest")
 
@@ -250,7 +260,7 @@ class Changing(Browsing):
                 person.write(after)
                 person.press("Return")
                 dialog.picture()
-            self.assertEqual(self.names(), ["after.csv", "directory", "other.csv"])
+            self.assert_names(["after.csv", "directory", "other.csv"])
             person.press("Escape")
             self.assert_cancelled(dialog)
 
@@ -265,9 +275,9 @@ class Changing(Browsing):
                 person.write(taken)
                 person.press("Return")
                 person.wait_for(lambda: dialog.logged().count("Cannot rename") == refusals, "the log entry")
-                self.assertEqual(dialog.list_picture(), before)
-        self.assertEqual(self.names(), ["before.csv", "folder", "other.csv"])
-        self.assertEqual(self.names("folder"), [])
+                dialog.wait_for_list(lambda shown: shown == before, "the old name")
+        self.assert_names(["before.csv", "folder", "other.csv"])
+        self.assert_names([], "folder")
 
     def test_the_delete_key_deletes_what_is_empty_and_was_said_yes_to(self):
         self.make("empty/", "full/", "full/file.txt", "kept/", "note.txt")
@@ -278,8 +288,8 @@ class Changing(Browsing):
                 person.press("Delete")
                 dialog.answer("Delete", answer)
                 dialog.picture()
-            self.assertEqual(self.names(), ["full", "kept"])
-            self.assertEqual(self.names("full"), ["file.txt"])
+            self.assert_names(["full", "kept"])
+            self.assert_names(["file.txt"], "full")
             said = [line for line in dialog.logged().splitlines() if "Cannot delete" in line]
             self.assertEqual(len(said), 1, said)
             self.assertIn("Cannot delete 'full'", said[0])
@@ -291,20 +301,18 @@ class Changing(Browsing):
         with self.dialog("--open") as dialog:
             dialog.go_to_list()
             dialog.select("before")
-            person.click(*dialog.highlighted(), button=3)
-            dialog.picture()
+            dialog.open_menu()
             person.press("Down", "Return", "ctrl+a")
             person.write("after.csv")
             person.press("Return")
             dialog.picture()
-            self.assertEqual(self.names(), ["after.csv", "other.csv"])
+            self.assert_names(["after.csv", "other.csv"])
             dialog.select("other")
-            person.click(*dialog.highlighted(), button=3)
-            dialog.picture()
+            dialog.open_menu()
             person.press("Down", "Down", "Return")
             dialog.answer("Delete", "alt+y")
             dialog.picture()
-            self.assertEqual(self.names(), ["after.csv"])
+            self.assert_names(["after.csv"])
 
     def test_f5_shows_what_others_have_done(self):
         with self.dialog("--open") as dialog:
@@ -330,42 +338,41 @@ class Refusals(Browsing):
     def test_what_is_closed_to_the_user_is_pale_red(self):
         self.make("open/", "closed/")
         with self.dialog("--open") as dialog:
-            self.assertEqual(dialog.pale_red(), 0)
+            dialog.wait_for_pale_red(0, 0)
             marrowby("chown", "alice:alice", self.room + "/closed")
             marrowby("chmod", "700", self.room + "/closed")
             person.press("F5")
-            self.assertGreater(dialog.pale_red(), 0)
-            self.assertLess(dialog.pale_red(), 0.1)
+            dialog.wait_for_pale_red(0.001, 0.1)
 
     def test_a_listing_that_is_refused_is_pale_red_all_over(self):
         self.make("closed/")
         marrowby("chown", "alice:alice", self.room + "/closed")
         marrowby("chmod", "700", self.room + "/closed")
         with Dialog("--open", f"hdfs:{self.room}/closed", options=["--user", "bob"]) as dialog:
-            self.assertGreater(dialog.pale_red(), 0.5)
+            dialog.wait_for_pale_red(0.5, 1)
             person.press("alt+Up")
-            self.assertLess(dialog.pale_red(), 0.1)
+            dialog.wait_for_pale_red(0.001, 0.1)
 
     def test_without_a_namenode_there_are_still_the_local_disks(self):
         self.make("data.csv")
         with open(os.path.join(self.home, "local.txt"), "w"):
             pass
         with self.dialog("--open") as dialog:
-            self.assertEqual(dialog.pale_red(), 0)
+            dialog.wait_for_pale_red(0, 0)
             node("node kill", "namenode")
             self.addCleanup(node, "wait")
             self.addCleanup(node, "node restart", "namenode")
             person.press("F5")
-            self.assertGreater(dialog.pale_red(), 0.5)
+            dialog.wait_for_pale_red(0.5, 1)
             dialog.click(HOME_BOOKMARK)
-            self.assertEqual(dialog.pale_red(), 0)
+            dialog.wait_for_pale_red(0, 0)
             person.press("Tab")
             dialog.select("local")
             person.press("alt+Left")
-            self.assertGreater(dialog.pale_red(), 0.5)
+            dialog.wait_for_pale_red(0.5, 1)
             self.doCleanups()
             person.press("F5")
-            self.assertEqual(dialog.pale_red(), 0)
+            dialog.wait_for_pale_red(0, 0)
             dialog.select("data")
             person.press("Return")
             self.assert_chooses(dialog, f"hdfs:{self.room}/data.csv")
@@ -377,9 +384,9 @@ class Refusals(Browsing):
         self.addCleanup(shutil.rmtree, settings)
         with self.dialog("--open", environment={"XDG_CONFIG_HOME": settings}) as dialog:
             dialog.click(HDFS_BOOKMARK)
-            self.assertGreater(dialog.pale_red(), 0.5)
+            dialog.wait_for_pale_red(0.5, 1)
             dialog.click(HOME_BOOKMARK)
-            self.assertEqual(dialog.pale_red(), 0)
+            dialog.wait_for_pale_red(0, 0)
             person.press("Tab")
             dialog.select("local")
             person.press("Return")

@@ -4,6 +4,7 @@
 
 #include "io/DataNodeSocket.h"
 #include "testing/OpenDescriptors.h"
+#include "testing/SocketOptions.h"
 #include "testing/SystemCallFaults.h"
 
 #include <algorithm>
@@ -118,8 +119,10 @@ TEST_F(RealWebHdfs, FilesOfFewBytesAreReadWithTheFirstReceiveAlone)
         std::vector<char> buffer(length);
         ASSERT_EQ(length, reader->read(buffer.data(), length, nullptr));
         EXPECT_EQ(-1, firstDifferenceFromPattern(buffer.data(), length, offset)) << length;
-        const bool isComplete = 163 + std::to_string(length).size() + length <= 180;
-        EXPECT_EQ(isComplete ? 1 : 2, std::min(2, calls.count(SystemCall::Receive))) << length;
+        // Where a receive does not wait for all 180 bytes, another one finds that a shorter answer has ended.
+        const std::size_t size = 163 + std::to_string(length).size() + length;
+        const bool isOneReceive = waitsForAll() ? size <= 180 : size == 180;
+        EXPECT_EQ(isOneReceive ? 1 : 2, std::min(2, calls.count(SystemCall::Receive))) << length;
         // Parts of it, too: each is an answer of its own.
         for (std::uint32_t start = 0; start < std::min(length, 20u); ++start) {
             reader->position = start;

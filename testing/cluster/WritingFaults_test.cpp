@@ -44,10 +44,7 @@ protected:
     }
 
     /// The node that the connection's open DataNode socket leads to.
-    QByteArray connectedNode() const
-    {
-        return cluster.nodeAtPort(peerPort(connection->dataNodeSocket.handle));
-    }
+    QByteArray connectedNode() const { return cluster.nodeAtPort(peerPort(connection->dataNodeSocket.handle)); }
 };
 
 const std::int64_t kLength = 64 * kMiB;

@@ -1,4 +1,5 @@
 """The file dialog that `marrowby browse` shows, as a person at the display handles it."""
+import contextlib
 import os
 import subprocess
 import sys
@@ -19,6 +20,7 @@ OK_BUTTON = -51, -55
 CANCEL_BUTTON = -51, -24
 CANCEL_BUTTON_ABOVE_WRITE_OPTIONS = -51, -56
 LIST = 156, 88, 874, 300
+LOOK_IN = 101, 57, 740, 23
 
 
 class Dialog:
@@ -73,15 +75,38 @@ class Dialog:
         """The upper part of the list, without what blinks elsewhere."""
         return self.picture().crop(*LIST)
 
-    def pale_red(self):
-        """How much of the dialog is pale red, from 0 to 1."""
-        picture = self.picture()
-        return picture.count(PALE_RED) / (picture.width * picture.height)
+    @contextlib.contextmanager
+    def elsewhere(self):
+        """What is done in the block leads to another directory; waits until the dialog shows it."""
+        before = self.picture().crop(*LOOK_IN)
+        yield
+        person.wait_for(lambda: self.picture().crop(*LOOK_IN) != before, "another directory")
+
+    def wait_for_pale_red(self, least, most):
+        """Waits until that share of the dialog is pale red, from 0 to 1."""
+        def is_right():
+            picture = self.picture()
+            return least <= picture.count(PALE_RED) / (picture.width * picture.height) <= most
+
+        person.wait_for(is_right, f"a share of {least} to {most} that is pale red")
+
+    def wait_for_list(self, condition, what):
+        """Waits until the condition holds for the list's picture, which is returned."""
+        person.wait_for(lambda: condition(self.list_picture()), what)
+        return self.list_picture()
 
     def highlighted(self):
         """The middle of the selected item, on the screen."""
         box = person.wait_for(lambda: self.picture().box(HIGHLIGHT), "a selected item")
         return self.window.x + box[0] + box[2] // 2, self.window.y + box[1] + box[3] // 2
+
+    def open_menu(self):
+        """The menu of the selected item; waits until it shows."""
+        place = self.highlighted()
+        person.xdotool("mousemove", *place)
+        before = self.list_picture()
+        person.click(*place, button=3)
+        self.wait_for_list(lambda shown: shown != before, "the menu")
 
     def click(self, place, **options):
         """The mouse on a place of the form, counted from the left or, when negative, from the right and the bottom."""
@@ -99,11 +124,6 @@ class Dialog:
         person.wait_until_gone(box)
         if not ends:
             person.focus(self.window)
-
-    def enter_name(self, text):
-        """Types into the line of the name, which must have the keyboard, in place of what is there."""
-        person.press("ctrl+a")
-        person.write(text)
 
     def go_to_list(self):
         """From the name to the list."""

@@ -14,8 +14,8 @@ from browse import Dialog
 
 PLACE = "/projects/harvest"
 
-# How a screen with twice the usual number of dots per inch reaches a program: Qt multiplies everything, or only texts are
-# larger, as with Qt 4.
+# How a screen with twice the usual number of dots per inch reaches a program: Qt multiplies everything, or only texts
+# are larger, as with Qt 4.
 RESOLUTIONS = {"": {}, "@2x": {"QT_SCALE_FACTOR": "2"}, "-192dpi": {"QT_FONT_DPI": "192"}}
 
 
@@ -27,8 +27,8 @@ def fill():
     folders = ["archive", "north field", "south field", "drafts (old)", "Übersicht"]
     marrowby("mkdir", "-p", *(f"{PLACE}/{name}" for name in folders), "/projects/payroll", "/projects/weather")
     files = {"README": 812, "harvest.csv": 3_400_000, "harvest-2.csv": 18_211, "harvest-10.csv": 91_002,
-             "harvest-summary-of-all-fields-and-years-for-the-board.xlsx": 48_120, "map.png": 702_311, "notes.txt": 1_804,
-             "pipeline.py": 9_207, "readings.parquet": 6_200_000, "empty.log": 0, "letter.pdf": 120_400}
+             "harvest-summary-of-all-fields-and-years-for-the-board.xlsx": 48_120, "map.png": 702_311,
+             "notes.txt": 1_804, "pipeline.py": 9_207, "readings.parquet": 6_200_000, "empty.log": 0, "letter.pdf": 120_400}
     for name, size in files.items():
         marrowby("put", "-f", "-", f"{PLACE}/{name}", content=b"x" * size)
     marrowby("chown", "-R", "alice:staff", PLACE)
@@ -57,7 +57,7 @@ def context_menu(resolution, save):
     with dialog(resolution, "--open", "hdfs:" + PLACE) as shown:
         shown.go_to_list()
         person.write("notes")
-        person.click(*shown.highlighted(), button=3)
+        shown.open_menu()
         save(shown)
         person.press("Escape")
 
