@@ -1,8 +1,6 @@
 // The ways from one directory to another.
 #include "dialog/FileDialogTest.h"
 
-#include "testing/TemporarySettings.h"
-
 #include <QtCore/QDir>
 #include <QtTest/QTest>
 #include <QtWidgets/QAbstractButton>
@@ -398,38 +396,6 @@ TEST_F(HDFSFileDialogNavigation, EnterOnABookmarkGoesThereAndAcceptsNothing)
     person->press(Qt::Key_Return);
     EXPECT_TRUE(person->isOpen());
     EXPECT_EQ("hdfs:/", person->place());
-}
-
-TEST_F(HDFSFileDialogNavigation, BookmarksLeadToTheComputerHdfsAndTheUsersOwnFolders)
-{
-    makeLocalDirectory("home/Desktop");
-    makeLocalDirectory("home/Documents");
-    const TemporaryEnvironment home("HOME", local("home").c_str());
-    const TemporaryEnvironment profile("USERPROFILE", local("home").c_str());
-    open(DialogModeOpen, local());
-    const QListWidget *const bookmarks = person->find<QListWidget>("listWidget");
-    Texts places;
-    for (int row = 0; row < bookmarks->count(); ++row) {
-        places.push_back(bookmarks->item(row)->text().toStdString());
-        EXPECT_EQ(bookmarks->item(row)->text(), bookmarks->item(row)->toolTip());
-        EXPECT_FALSE(bookmarks->item(row)->icon().isNull()) << places.back();
-    }
-    EXPECT_EQ((Texts{"My Computer", "hdfs:/", local("home"), local("home/Desktop"), local("home/Documents")}), places);
-    for (const std::string &place : places) {
-        person->clickBookmark(place);
-        EXPECT_EQ(place, person->place());
-    }
-    EXPECT_EQ((Texts{local(), "", "hdfs:/", local("home"), local("home/Desktop"), local("home/Documents")}), history());
-}
-
-TEST_F(HDFSFileDialogNavigation, FoldersThatTheUserHasNotAreNoBookmarks)
-{
-    makeLocalDirectory("home");
-    makeLocalFile("home/Desktop");
-    const TemporaryEnvironment home("HOME", local("home").c_str());
-    const TemporaryEnvironment profile("USERPROFILE", local("home").c_str());
-    open(DialogModeOpen, local());
-    EXPECT_EQ(3, person->find<QListWidget>("listWidget")->count());
 }
 
 // --- the look-in list ---

@@ -6,6 +6,8 @@ function(quorhdfs_leave_out_tests_of_other_systems list_name)
     set(posix_only_tests
         # A device that is always full.
         host/core/MainUI_posix_test.cpp
+        # The user's home is where $HOME says.
+        dialog/HDFSFileDialogBookmarks_posix_test.cpp
         # One root for all, links, names that are no text.
         dialog/HdfsFileSystemModelLocal_posix_test.cpp
         # The INI file, its directory, and what can be written into it by hand.

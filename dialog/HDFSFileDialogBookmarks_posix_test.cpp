@@ -1,0 +1,52 @@
+// Bookmarks of a user whose home directory the test may choose.
+#include "dialog/FileDialogTest.h"
+
+#include "testing/TemporarySettings.h"
+
+#include <QtWidgets/QListWidget>
+
+namespace {
+
+class HDFSFileDialogBookmarks : public FileDialogTest
+{
+protected:
+    Texts history() const
+    {
+        Texts places;
+        foreach (const QString &place, dialog->history())
+            places.push_back(place.toStdString());
+        return places;
+    }
+};
+
+TEST_F(HDFSFileDialogBookmarks, BookmarksLeadToTheComputerHdfsAndTheUsersOwnFolders)
+{
+    makeLocalDirectory("home/Desktop");
+    makeLocalDirectory("home/Documents");
+    const TemporaryEnvironment home("HOME", local("home").c_str());
+    open(DialogModeOpen, local());
+    const QListWidget *const bookmarks = person->find<QListWidget>("listWidget");
+    Texts places;
+    for (int row = 0; row < bookmarks->count(); ++row) {
+        places.push_back(bookmarks->item(row)->text().toStdString());
+        EXPECT_EQ(bookmarks->item(row)->text(), bookmarks->item(row)->toolTip());
+        EXPECT_FALSE(bookmarks->item(row)->icon().isNull()) << places.back();
+    }
+    EXPECT_EQ((Texts{"My Computer", "hdfs:/", local("home"), local("home/Desktop"), local("home/Documents")}), places);
+    for (const std::string &place : places) {
+        person->clickBookmark(place);
+        EXPECT_EQ(place, person->place());
+    }
+    EXPECT_EQ((Texts{local(), "", "hdfs:/", local("home"), local("home/Desktop"), local("home/Documents")}), history());
+}
+
+TEST_F(HDFSFileDialogBookmarks, FoldersThatTheUserHasNotAreNoBookmarks)
+{
+    makeLocalDirectory("home");
+    makeLocalFile("home/Desktop");
+    const TemporaryEnvironment home("HOME", local("home").c_str());
+    open(DialogModeOpen, local());
+    EXPECT_EQ(3, person->find<QListWidget>("listWidget")->count());
+}
+
+} // namespace
