@@ -216,6 +216,10 @@ void HDFSFileDialog::connectSignals()
     QObject::connect(m_model, SIGNAL(dataChanged(QModelIndex, QModelIndex)), this,
                      SLOT(followRename(QModelIndex, QModelIndex)));
     QObject::connect(m_model, SIGNAL(modelAboutToBeReset()), this, SLOT(forgetActivations()));
+    QObject::connect(m_proxy, SIGNAL(layoutAboutToBeChanged()), this, SLOT(forgetActivations()));
+    QObject::connect(m_proxy, SIGNAL(rowsAboutToBeRemoved(QModelIndex, int, int)), this, SLOT(forgetActivations()));
+    // The views were connected before, and have reset themselves then.
+    QObject::connect(m_proxy, SIGNAL(modelReset()), this, SLOT(startWithoutCurrentItem()));
     QObject::connect(m_ui->fileNameEdit, SIGNAL(textChanged(QString)), this, SLOT(updateOkButton()));
     QObject::connect(m_ui->fileNameEdit, SIGNAL(textEdited(QString)), this, SLOT(forgetCurrentItem()));
     QObject::connect(m_ui->listWidget, SIGNAL(clicked(QModelIndex)), this, SLOT(on_clickBookmarks(QModelIndex)));
@@ -424,11 +428,24 @@ void HDFSFileDialog::forgetCurrentItem()
     m_ui->listView->selectionModel()->clear();
 }
 
+/// A view that gets the focus would make its first row current, and that is a name which nobody has chosen.
+void HDFSFileDialog::startWithoutCurrentItem()
+{
+    m_ui->listView->setCurrentIndex(QModelIndex());
+    m_ui->treeView->setCurrentIndex(QModelIndex());
+}
+
 /// The name of the current item is the one that it has now.
 void HDFSFileDialog::followRename(const QModelIndex &topLeft, const QModelIndex &bottomRight)
 {
     // The type in the row goes with the name.
     visibleView()->viewport()->update();
+    // The views have made its neighbour current when the filter does not let the new name through.
+    if (!m_proxy->mapFromSource(topLeft).isValid()) {
+        forgetCurrentItem();
+        m_ui->fileNameEdit->setText(m_model->fileName(topLeft));
+        return;
+    }
     const QModelIndex current = currentSourceIndex();
     if (current.isValid() && topLeft.row() <= current.row() && current.row() <= bottomRight.row())
         on_currentChanged(m_proxy->mapFromSource(current));
@@ -642,6 +659,11 @@ bool HDFSFileDialog::deleteRow(const QModelIndex &proxyIndex)
     const QModelIndex index = m_proxy->mapToSource(proxyIndex);
     const QString name = m_model->fileName(index);
     const QString path = m_model->filePath(index);
+    // A drive, or what a listing should not hold: the path would be that of something else.
+    if (!m_model->isEntryName(name)) {
+        logToHost(QString::fromLatin1("Cannot delete '%1'").arg(name));
+        return true;
+    }
     Answer answer = Confirmed;
     if ((m_model->permissions(index) & kWriteBits) == 0)
         answer = ask(tr("Delete"), tr("'%1' is write protected.\nDo you want to delete it anyway?").arg(name));
@@ -713,7 +735,7 @@ bool HDFSFileDialog::eventFilter(QObject *watched, QEvent *event)
 void HDFSFileDialog::keyPressEvent(QKeyEvent *event)
 {
     const bool isEnter = event->key() == Qt::Key_Return || event->key() == Qt::Key_Enter;
-    if (isEnter && visibleView()->hasFocus() && visibleView()->currentIndex().isValid())
+    if (isEnter && visibleView()->hasFocus())
         return;
     if (isEnter && m_ui->listWidget->hasFocus()) {
         if (m_ui->listWidget->currentIndex().isValid())

@@ -84,6 +84,7 @@ private slots:
     void refresh();
     void forgetCurrentItem();
     void forgetActivations();
+    void startWithoutCurrentItem();
     void followRename(const QModelIndex &topLeft, const QModelIndex &bottomRight);
 
 protected:

@@ -3,6 +3,8 @@
 
 #include <QtWidgets/QSpinBox>
 
+#include <QtWidgets/QAbstractItemView>
+
 namespace {
 
 class HDFSFileDialogAccept : public FileDialogTest
@@ -265,6 +267,22 @@ TEST_F(HDFSFileDialogAccept, ANameThatIsTypedCountsAlthoughADirectoryWasCurrent)
     EXPECT_EQ(Texts{}, person->selectedNames());
     person->press(Qt::Key_Return);
     EXPECT_EQ(local("new.txt"), accepted());
+}
+
+TEST_F(HDFSFileDialogAccept, ANameThatWasTypedStaysWhenTheViewGetsTheFocus)
+{
+    makeLocalFile("a.csv");
+    for (const char *view : {"listView", "treeView"}) {
+        SCOPED_TRACE(view);
+        open(DialogModeSave, local());
+        if (std::string(view) == "treeView")
+            person->click("detailModeButton");
+        person->typeName("mine.csv");
+        person->view()->setFocus(Qt::TabFocusReason);
+        EXPECT_EQ("mine.csv", person->typedName());
+        EXPECT_EQ("", person->currentName());
+        close();
+    }
 }
 
 TEST_F(HDFSFileDialogAccept, ADirectoryThatIsTypedIsOpened)

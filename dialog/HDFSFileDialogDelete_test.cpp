@@ -246,6 +246,48 @@ TEST_P(HDFSFileDialogDelete, RowsAreThoseOfTheOrderThatIsShown)
     EXPECT_EQ(Texts{"b.txt"}, person->names());
 }
 
+TEST_P(HDFSFileDialogDelete, NothingElseBecomesCurrentOrChosen)
+{
+    for (const char *name : {"/a.csv", "/b.csv", "/c.csv"})
+        hdfs->addFile(name);
+    openIn(DialogModeOpen, "hdfs:/");
+    person->clickOn("b.csv");
+    person->willAnswer({kYes});
+    person->press(Qt::Key_Delete);
+    EXPECT_EQ("", person->currentName());
+    person->press(Qt::Key_Return);
+    EXPECT_TRUE(person->isOpen());
+    EXPECT_EQ("b.csv", person->typedName());
+    // The arrows begin at the first.
+    person->press(Qt::Key_Down);
+    EXPECT_EQ("a.csv", person->currentName());
+}
+
+TEST_P(HDFSFileDialogDelete, WhatHasNoProperNameIsNotDeleted)
+{
+    hdfs->addDirectory("/d");
+    hdfs->addFile("/d/..");
+    openIn(DialogModeOpen, "hdfs:/d");
+    hdfs->takeRequests();
+    person->view()->setFocus();
+    person->view()->setCurrentIndex(person->view()->model()->index(0, 0));
+    person->press(Qt::Key_Delete);
+    EXPECT_EQ(Texts{"getListing /d"}, hdfs->takeRequests());
+    EXPECT_TRUE(log.holds({"Cannot delete '..'"}));
+}
+
+TEST_P(HDFSFileDialogDelete, ADriveIsNotDeleted)
+{
+    hdfs->addFile("/a.csv");
+    openIn(DialogModeOpen, "");
+    hdfs->takeRequests();
+    person->clickOn("hdfs:/");
+    person->press(Qt::Key_Delete);
+    for (const std::string &request : hdfs->takeRequests())
+        EXPECT_EQ(std::string::npos, request.find("delete")) << request;
+    EXPECT_TRUE(log.holds({"Cannot delete 'hdfs:/'"}));
+}
+
 // --- the context menu ---
 
 TEST_P(HDFSFileDialogDelete, TheMenuOfAnItemOffersAllThree)

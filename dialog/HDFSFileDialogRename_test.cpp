@@ -110,6 +110,21 @@ TEST_P(HDFSFileDialogRename, WhatIsRenamedMovesToItsPlace)
     EXPECT_EQ("z.txt", person->currentName());
 }
 
+TEST_P(HDFSFileDialogRename, ANewNameThatTheFilterHidesMakesNoNeighbourCurrent)
+{
+    for (const char *name : {"/a.csv", "/b.csv", "/c.csv"})
+        hdfs->addFile(name);
+    openIn(DialogModeOpen, "hdfs:/", "Tables (*.csv)");
+    person->clickOn("b.csv");
+    person->press(Qt::Key_F2);
+    typeOver("b.bak");
+    person->press(Qt::Key_Return);
+    EXPECT_EQ((Texts{"a.csv", "c.csv"}), person->names());
+    EXPECT_EQ("", person->currentName());
+    EXPECT_EQ(Texts{}, person->selectedNames());
+    EXPECT_EQ("b.bak", person->typedName());
+}
+
 TEST_P(HDFSFileDialogRename, EscapeKeepsTheNameAndTheDialog)
 {
     hdfs->addFile("/old.txt");

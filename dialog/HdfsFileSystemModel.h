@@ -75,6 +75,9 @@ public:
     QString owner(const QModelIndex &index) const;
     QString group(const QModelIndex &index) const;
 
+    /// Whether there can be an entry of that name: neither empty nor "." or "..", and without a separator.
+    bool isEntryName(const QString &name) const;
+
     /// See dialog/SizeText.h.
     static QString formatSize(qint64 bytes);
 
@@ -101,7 +104,6 @@ private:
     bool isRow(const QModelIndex &index) const;
     bool isHdfs() const;
     QString entryPath(const QString &name) const;
-    bool isEntryName(const QString &name) const;
     bool isTaken(const QString &name) const;
 
     void freeEntries();

@@ -1,16 +1,20 @@
 #include "host/marrowby/Browse.h"
 
 #include "host/marrowby/Errors.h"
+#include "host/marrowby/Interrupt.h"
 #include "host/marrowby/LoadedPlugin.h"
 #include "host/marrowby/OneRunSettings.h"
 
+#include <QApplication>
 #include <QtCore/QSettings>
+#include <QtCore/QTimer>
 
 #include <memory>
 
 namespace {
 
 const char kBrowserKey[] = "defaultBrowser";
+const int kWatchMilliseconds = 100;
 
 /// While it lives, the host's setting that says which file dialog the plug-in shows has this value.
 class BrowserForThisRun
@@ -69,7 +73,15 @@ bool browse(const CommandLine &line, Output &output)
     if (differs)
         oneRun.reset(new OneRunSettings(settings));
     const LoadedPlugin plugin(line.session.plugin, log);
+    // An end that was requested leaves the dialog like its user does, so that the setting is put back.
+    QTimer watch;
+    QObject::connect(&watch, &QTimer::timeout, [] {
+        if (endIsRequested())
+            QApplication::closeAllWindows();
+    });
+    watch.start(kWatchMilliseconds);
     const QString path = choose(plugin, arguments);
+    checkForInterrupt();
     if (path.isEmpty())
         return false;
     output.line(path.toUtf8());
