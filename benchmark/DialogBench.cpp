@@ -1,5 +1,5 @@
-// The file dialog beside Qt's own, each in a window on the display. Prints one line of numbers for each run; seconds and
-// bytes.
+// The file dialog beside Qt's own, each in a window on the display. Prints one line of numbers for each run; seconds
+// and bytes.
 //
 //     dialog_bench own|qt list|detail SMALL LARGE COUNT RUNS
 //         SMALL and LARGE: directories (of HDFS with "hdfs:" before them, for the own dialog), LARGE with COUNT files.

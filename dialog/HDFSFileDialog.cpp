@@ -560,8 +560,7 @@ void HDFSFileDialog::accept()
     }
     if (m_mode == DialogModeSave) {
         if (pathExists(*this, path)) {
-            const Answer answer =
-                ask(windowTitle(), tr("'%1' already exists.\nDo you want to replace it?").arg(path));
+            const Answer answer = ask(windowTitle(), tr("'%1' already exists.\nDo you want to replace it?").arg(path));
             if (answer == Refused)
                 selectPath(path);
             if (answer != Confirmed)
@@ -569,7 +568,8 @@ void HDFSFileDialog::accept()
         }
     } else if (m_mode == DialogModeOpen) {
         if (!pathExists(*this, path)) {
-            const bool isHere = warn(tr("%1\nFile not found.\nPlease verify the correct file name was given.").arg(path));
+            const bool isHere =
+                warn(tr("%1\nFile not found.\nPlease verify the correct file name was given.").arg(path));
             if (!isHere || !mayBeMissing)
                 return;
         }

@@ -25,8 +25,8 @@ class HDFSFileDialog;
 /// for the computer level ("My Computer").
 ///
 /// The chosen path of a save into HDFS may carry write options: PATH|REPLICATION|BLOCKSIZE, PATH|REPLICATION or
-/// PATH||BLOCKSIZE, the block size in megabytes; a replication of 1 and a block size of 64 are left out. What the dialog
-/// is opened with has the same form.
+/// PATH||BLOCKSIZE, the block size in megabytes; a replication of 1 and a block size of 64 are left out. What the
+/// dialog is opened with has the same form.
 ///
 /// The dialog runs on the GUI thread and asks the cluster there: every access blocks it until the answer has come.
 class HDFSFileDialog : public QDialog, public DialogContext

@@ -320,6 +320,26 @@ TEST_F(HDFSFileDialogAccept, TheDirectoryThatIsShownIsChosenWithoutAName)
     EXPECT_EQ(local(), accepted());
 }
 
+TEST_F(HDFSFileDialogAccept, TheComputerIsChosenWithoutANameAsAnEmptyPath)
+{
+    open(DialogModeDirectory, "");
+    EXPECT_TRUE(person->canAccept());
+    person->clickOk();
+    EXPECT_FALSE(person->isOpen());
+    EXPECT_EQ("", accepted());
+}
+
+TEST_F(HDFSFileDialogAccept, TheLocalDirectoryThatIsShownIsNothingToOpen)
+{
+    makeLocalDirectory("below");
+    open(DialogModeOpen, local());
+    person->typeName(QString::fromStdString(local()));
+    EXPECT_FALSE(person->canAccept());
+    person->typeName(QString::fromStdString(local("below")));
+    EXPECT_TRUE(person->canAccept());
+    EXPECT_EQ("&Open", person->okText());
+}
+
 TEST_F(HDFSFileDialogAccept, TheDirectoryThatIsCurrentIsChosen)
 {
     hdfs->addDirectory("/d");

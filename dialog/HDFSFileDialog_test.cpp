@@ -16,6 +16,8 @@
 #include <QtWidgets/QToolButton>
 #include <QtWidgets/QTreeView>
 
+#include <QtGui/QPixmapCache>
+
 namespace {
 
 class HDFSFileDialogTest : public FileDialogTest
@@ -512,6 +514,17 @@ TEST_F(HDFSFileDialogTest, RunsModallyAndReturnsWhatWasChosen)
     const int result = dialog->exec();
     EXPECT_EQ(QDialog::Accepted, result);
     EXPECT_EQ(local("a.txt"), accepted());
+}
+
+TEST_F(HDFSFileDialogTest, ForgetsTheIconsThatWereKeptWhenItGoes)
+{
+    QPixmap icon(1, 1);
+    icon.fill(Qt::red);
+    makeDialog(DialogModeOpen, local());
+    QPixmapCache::insert("qt_.TEST", icon);
+    close();
+    QPixmap found;
+    EXPECT_FALSE(QPixmapCache::find("qt_.TEST", &found));
 }
 
 } // namespace

@@ -454,7 +454,8 @@ bool HdfsFileSystemModel::setData(const QModelIndex &index, const QVariant &valu
         return true;
     // Made first: a rename that has happened has to be shown.
     HdfsFileStatus *renamed = recordWithName(*entry, newName.toUtf8());
-    if (!renamed || !isEntryName(oldName) || !isEntryName(newName) || isTaken(newName) || !renameEntry(oldName, newName)) {
+    if (!renamed || !isEntryName(oldName) || !isEntryName(newName) || isTaken(newName) ||
+        !renameEntry(oldName, newName)) {
         ClientProtocol::freeListing(renamed);
         logToHost("Cannot rename");
         return false;

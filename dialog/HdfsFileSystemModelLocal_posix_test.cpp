@@ -60,8 +60,8 @@ TEST_F(HdfsFileSystemModelOnPosix, TimesBefore1970AreTheLastThatFitIn32Bits)
 
 TEST_F(HdfsFileSystemModelOnPosix, OddNamesAreShownAndThoseThatAreNoTextAreLeftOut)
 {
-    const std::vector<std::string> shown = {"a\nb", "-rf",   "\x01\x7f", "|", "\xe2\x80\xaeright to left",
-                                            "%1.%2", "\\",       " ", std::string(255, 'n')};
+    const std::vector<std::string> shown = {
+        "a\nb", "-rf", "\x01\x7f", "|", "\xe2\x80\xaeright to left", "%1.%2", "\\", " ", std::string(255, 'n')};
     const std::vector<std::string> leftOut = {"bad\xff\xfename", "\xc3"};
     const std::string prefix = directory.path().toStdString() + "/";
     for (const std::vector<std::string> &names : {shown, leftOut}) {

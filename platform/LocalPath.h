@@ -5,8 +5,8 @@
 
 namespace platform {
 
-/// Whether a path that a user typed says where it starts by itself: on Windows one of at least three characters of which
-/// the second is ":", elsewhere one that begins with "/".
+/// Whether a path that a user typed says where it starts by itself: on Windows one of at least three characters of
+/// which the second is ":", elsewhere one that begins with "/".
 bool isAbsoluteLocalPath(const QString &path);
 
 } // namespace platform

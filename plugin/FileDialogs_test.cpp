@@ -66,8 +66,8 @@ class FileDialogs : public ::testing::Test
 {
 protected:
     FileDialogs()
-        : before(platform::replaceNativeFileDialogs(
-              platform::NativeFileDialogs{nativeOpen, nativeSave, nativeDirectory})),
+        : before(
+              platform::replaceNativeFileDialogs(platform::NativeFileDialogs{nativeOpen, nativeSave, nativeDirectory})),
           dialogsShown(0)
     {
         nativeCalls.clear();

@@ -3,7 +3,8 @@
 #ifndef TESTING_SHORTPATIENCE_H
 #define TESTING_SHORTPATIENCE_H
 
-/// While it lives, each poll (on Windows: select) of this thread with a time-out of exactly `milliseconds` times out after `instead`.
+/// While it lives, each poll (on Windows: select) of this thread with a time-out of exactly `milliseconds` times out
+/// after `instead`.
 class ShortPatience
 {
 public:

@@ -47,8 +47,7 @@ QString choose(const LoadedPlugin &plugin, const CommandArguments &arguments)
     const QString start =
         arguments.operands.empty() ? QString::fromLatin1("hdfs:/") : QString::fromLocal8Bit(arguments.operands.front());
     const auto filter = arguments.values.find("--filter");
-    const QString types =
-        filter == arguments.values.end() ? QString() : QString::fromLocal8Bit(filter->second.c_str());
+    const QString types = filter == arguments.values.end() ? QString() : QString::fromLocal8Bit(filter->second.c_str());
     if (arguments.has("--save"))
         return plugin->getSaveFileName(nullptr, QLatin1String("Save"), start, types);
     if (arguments.has("--directory"))

@@ -311,24 +311,25 @@ CommandDescription configure()
 
 CommandDescription browse()
 {
-    return {"browse",
-            "[--open|--save|--directory] [--filter FILTER] [START]",
-            "lets you choose a file or a directory in a window",
-            "Shows the file dialog of the plug-in, with HDFS and the disks of this machine, and prints what was chosen; "
-            "nothing is done with it. START is where it opens: a directory or a file, with hdfs: before a path of HDFS, as "
-            "hdfs:/user; without it hdfs:/. Ends with 1 when nothing was chosen.\n\n"
-            "The path that is printed for --save may carry the replication and the block size in MB that were chosen: "
-            "PATH|REPLICATION|BLOCKSIZE, PATH|REPLICATION or PATH||BLOCKSIZE.",
-            {{"--open", "a file that exists (so without any of the three)", ""},
-             {"--save", "a file to write", ""},
-             {"--directory", "a directory", ""},
-             {"--filter", "the file types, as \"Tables (*.csv *.tsv);;All Files (*.*)\"", "FILTER"},
-             {"--native", "in the dialog of the desktop", ""}},
-            0,
-            1,
-            nullptr,
-            nullptr,
-            true};
+    return {
+        "browse",
+        "[--open|--save|--directory] [--filter FILTER] [START]",
+        "lets you choose a file or a directory in a window",
+        "Shows the file dialog of the plug-in, with HDFS and the disks of this machine, and prints what was chosen; "
+        "nothing is done with it. START is where it opens: a directory or a file, with hdfs: before a path of HDFS, as "
+        "hdfs:/user; without it hdfs:/. Ends with 1 when nothing was chosen.\n\n"
+        "The path that is printed for --save may carry the replication and the block size in MB that were chosen: "
+        "PATH|REPLICATION|BLOCKSIZE, PATH|REPLICATION or PATH||BLOCKSIZE.",
+        {{"--open", "a file that exists (so without any of the three)", ""},
+         {"--save", "a file to write", ""},
+         {"--directory", "a directory", ""},
+         {"--filter", "the file types, as \"Tables (*.csv *.tsv);;All Files (*.*)\"", "FILTER"},
+         {"--native", "in the dialog of the desktop", ""}},
+        0,
+        1,
+        nullptr,
+        nullptr,
+        true};
 }
 
 } // namespace

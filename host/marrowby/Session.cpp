@@ -38,8 +38,8 @@ QByteArray cannotConnect(const QByteArray &authority, const QByteArray &user, co
 ConnectionSettings settingsForThisRun(const SessionOptions &options, bool *differs)
 {
     ConnectionSettings settings = ConnectionSettings::load();
-    *differs = !options.nameNode.isEmpty() || !options.user.isEmpty() || options.webHdfs >= 0 ||
-               options.abandonBlock >= 0;
+    *differs =
+        !options.nameNode.isEmpty() || !options.user.isEmpty() || options.webHdfs >= 0 || options.abandonBlock >= 0;
     if (!options.nameNode.isEmpty())
         settings.setAddress(options.nameNode);
     if (!options.user.isEmpty())

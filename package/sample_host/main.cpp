@@ -1,6 +1,5 @@
-// What a host does with the plug-in: lists, writes, reads, deletes, and lets the user choose. Says each step on standard
-// output; ends with 1 at the first that goes wrong.
-// Usage: sample_host PLUGIN PICTURE
+// What a host does with the plug-in: lists, writes, reads, deletes, and lets the user choose. Says each step on
+// standard output; ends with 1 at the first that goes wrong. Usage: sample_host PLUGIN PICTURE
 #include "plugin/QuorHDFSPluginInterface.h"
 #include "rpc/HdfsFileStatus.h"
 
