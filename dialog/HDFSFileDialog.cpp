@@ -726,6 +726,12 @@ bool HDFSFileDialog::eventFilter(QObject *watched, QEvent *event)
                 on_toParentButton_clicked();
             return true;
         }
+        // Where nothing is current, a view takes every key that moves for the way to its first row.
+        const int rows = m_proxy->rowCount();
+        if (key->key() == Qt::Key_End && !visibleView()->currentIndex().isValid() && rows > 0) {
+            visibleView()->setCurrentIndex(m_proxy->index(rows - 1, 0));
+            return true;
+        }
     }
     return QDialog::eventFilter(watched, event);
 }

@@ -386,6 +386,24 @@ TEST_F(HDFSFileDialogNavigation, ADriveIsEntered)
 
 // --- bookmarks ---
 
+TEST_F(HDFSFileDialogNavigation, TheEndKeyLeadsToTheLastItemAlsoAtFirst)
+{
+    hdfs->addFile("/a/last.txt");
+    for (const char *button : {"listModeButton", "detailModeButton"}) {
+        SCOPED_TRACE(button);
+        open(DialogModeOpen, "hdfs:/a");
+        person->click(button);
+        person->view()->setFocus();
+        EXPECT_EQ("", person->currentName());
+        person->press(Qt::Key_End);
+        EXPECT_EQ("last.txt", person->currentName());
+        EXPECT_EQ(Texts{"last.txt"}, person->selectedNames());
+        person->press(Qt::Key_Home);
+        EXPECT_EQ("b", person->currentName());
+        close();
+    }
+}
+
 TEST_F(HDFSFileDialogNavigation, EnterOnABookmarkGoesThereAndAcceptsNothing)
 {
     open(DialogModeDirectory, local());
