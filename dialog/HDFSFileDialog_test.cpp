@@ -527,4 +527,21 @@ TEST_F(HDFSFileDialogTest, ForgetsTheIconsThatWereKeptWhenItGoes)
     EXPECT_FALSE(QPixmapCache::find("qt_.TEST", &found));
 }
 
+Qt::CursorShape pointerWhileConnecting;
+
+NameNodeConnection *lookAtThePointer(QString *)
+{
+    const QCursor *const pointer = QApplication::overrideCursor();
+    pointerWhileConnecting = pointer ? pointer->shape() : Qt::ArrowCursor;
+    return nullptr;
+}
+
+TEST_F(HDFSFileDialogTest, ShowsABusyPointerWhileTheClusterIsAsked)
+{
+    pointerWhileConnecting = Qt::ArrowCursor;
+    HDFSFileDialog asking(nullptr, DialogModeOpen, "Choose", "hdfs:/", QString(), lookAtThePointer);
+    EXPECT_EQ(Qt::WaitCursor, pointerWhileConnecting);
+    EXPECT_EQ(nullptr, QApplication::overrideCursor());
+}
+
 } // namespace

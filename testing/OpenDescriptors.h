@@ -20,6 +20,12 @@ public:
     void closeOpened() const;
 
 private:
+    /// What is open at this moment, and how one of that is closed: one source for each system.
+    static std::set<int> openNow();
+    static void closeOne(int number);
+
+    std::set<int> openedSince() const;
+
     std::set<int> m_before;
 };
 

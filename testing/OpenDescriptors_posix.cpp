@@ -4,9 +4,7 @@
 #include <dirent.h>
 #include <unistd.h>
 
-namespace {
-
-std::set<int> openNow()
+std::set<int> OpenDescriptors::openNow()
 {
     std::set<int> open;
     DIR *directory = ::opendir("/proc/self/fd");
@@ -20,27 +18,7 @@ std::set<int> openNow()
     return open;
 }
 
-std::set<int> openedSince(const std::set<int> &before)
+void OpenDescriptors::closeOne(int number)
 {
-    std::set<int> opened;
-    for (int descriptor : openNow()) {
-        if (before.count(descriptor) == 0)
-            opened.insert(descriptor);
-    }
-    return opened;
-}
-
-} // namespace
-
-OpenDescriptors::OpenDescriptors() : m_before(openNow()) {}
-
-int OpenDescriptors::opened() const
-{
-    return static_cast<int>(openedSince(m_before).size());
-}
-
-void OpenDescriptors::closeOpened() const
-{
-    for (int descriptor : openedSince(m_before))
-        ::close(descriptor);
+    ::close(number);
 }

@@ -16,9 +16,11 @@ bool isSocket(int number)
     return ::getsockopt(static_cast<SOCKET>(number), SOL_SOCKET, SO_TYPE, reinterpret_cast<char *>(&type), &size) == 0;
 }
 
+} // namespace
+
 /// Sockets and files. Windows keeps threads, locks and much else behind handles, too, which come and go with its
 /// libraries.
-std::set<int> openNow()
+std::set<int> OpenDescriptors::openNow()
 {
     std::set<int> open;
     DWORD count = 0;
@@ -32,31 +34,10 @@ std::set<int> openNow()
     return open;
 }
 
-std::set<int> openedSince(const std::set<int> &before)
+void OpenDescriptors::closeOne(int number)
 {
-    std::set<int> opened;
-    for (int number : openNow()) {
-        if (before.count(number) == 0)
-            opened.insert(number);
-    }
-    return opened;
-}
-
-} // namespace
-
-OpenDescriptors::OpenDescriptors() : m_before(openNow()) {}
-
-int OpenDescriptors::opened() const
-{
-    return static_cast<int>(openedSince(m_before).size());
-}
-
-void OpenDescriptors::closeOpened() const
-{
-    for (int number : openedSince(m_before)) {
-        if (isSocket(number))
-            ::closesocket(static_cast<SOCKET>(number));
-        else
-            ::CloseHandle(handleOf(number));
-    }
+    if (isSocket(number))
+        ::closesocket(static_cast<SOCKET>(number));
+    else
+        ::CloseHandle(handleOf(number));
 }
