@@ -81,11 +81,18 @@ class Package(unittest.TestCase):
     def test_texts_have_the_line_ends_of_windows_and_nothing_left_open(self):
         for name in "INSTALL.txt", "LICENCES.txt", "QuorHDFS.reg":
             with self.subTest(name), open(os.path.join(self.root, name), "rb") as file:
-                text = file.read()
-                text.decode("ascii")
-                self.assertNotIn(b"@", text.replace(b"<jpa at nanopb", b""))
-                self.assertEqual(text.count(b"\n"), text.count(b"\r\n"))
-                self.assertTrue(text.endswith(b"\r\n"))
+                content = file.read()
+                if name.endswith(".reg"):
+                    self.assertEqual(b"\xff\xfe", content[:2])
+                    text = content[2:].decode("utf-16-le")
+                else:
+                    text = content.decode("ascii")
+                self.assertNotIn("@", text)
+                self.assertEqual(text.count("\n"), text.count("\r\n"))
+                self.assertTrue(text.endswith("\r\n"))
+        for name, part in ("INSTALL.txt", "MinGW-w64's GCC"), ("LICENCES.txt", "nanopb"), ("LICENCES.txt", "winpthreads"):
+            with open(os.path.join(self.root, name), encoding="ascii") as file:
+                self.assertIn(part, file.read())
 
     def test_exports_what_loaders_ask_for_and_nothing_else(self):
         table = self.tables[self.tables.index("[Ordinal/Name Pointer] Table"):]
@@ -122,14 +129,27 @@ class Package(unittest.TestCase):
         try:
             run(os.path.join(values["PRIVATE_HDFS_BIN"], "hdfs"), "dfs", "-mkdir", "-p", "/tmp")
             # The archive's settings, and then this cluster's in their place, both by Windows' own tools.
-            self.wine("regedit", "/S", windows_path(os.path.join(self.root, "QuorHDFS.reg")))
-            query = ("reg", "query", "HKCU\\Software\\Quor")
-            self.assertIn("namenode.example.com:8020|0|alice", self.wine(*query))
+            # As somebody edits it whose name is not English.
+            settings = os.path.join(self.root, "QuorHDFS.reg")
+            with open(settings, encoding="utf-16", newline="") as file:
+                text = file.read()
+            self.assertIn('"namenode.example.com:8020|0|alice"', text)
+            edited = os.path.join(self.folder, "edited.reg")
+            with open(edited, "wb") as file:
+                file.write(b"\xff\xfe" + text.replace("alice", "\u0141ucja").encode("utf-16-le"))
+            query = ("reg", "query", "HKCU\\Software\\Quor", "/s")
+            self.wine("regedit", "/S", windows_path(settings))
+            said = self.wine(*query)
+            for value in "namenode.example.com:8020|0|alice", "webhdfs", "abandonBlock", "defaultBrowser":
+                self.assertIn(value, said)
+            self.wine("regedit", "/S", windows_path(edited))
+            exported = os.path.join(self.folder, "exported.reg")
+            self.wine("regedit", "/E", windows_path(exported), "HKEY_CURRENT_USER\\Software\\Quor")
+            with open(exported, encoding="utf-16") as file:
+                self.assertIn("|0|\u0141ucja\"", file.read())
             namenode = f"{values['PRIVATE_HDFS_NAMENODE']}|0|{values['PRIVATE_HDFS_SUPERUSER']}"
             self.wine("reg", "add", "HKCU\\Software\\Quor", "/v", "hdfs", "/t", "REG_SZ", "/d", namenode, "/f")
             self.assertIn(namenode, self.wine(*query))
-            # The host's own setting: the plug-in's dialog and not the system's.
-            self.wine("reg", "add", "HKCU\\Software\\Quor\\Marrowby", "/v", "defaultBrowser", "/t", "REG_SZ", "/d", "all", "/f")
             said = self.wine(os.path.join(build, "sample_host.exe"), windows_path(self.dll), windows_path(picture),
                              cwd=self.folder)
         finally:
