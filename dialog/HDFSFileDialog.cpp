@@ -8,6 +8,7 @@
 #include "dialog/NameFilter.h"
 #include "host/core/MainUI.h"
 #include "platform/LocalPath.h"
+#include "platform/UserFolders.h"
 #include "rpc/ClientProtocol.h"
 #include "rpc/HostLog.h"
 #include "rpc/NameNodeConnection.h"
@@ -155,17 +156,24 @@ void HDFSFileDialog::setUpBookmarks()
         QString place;
         QStyle::StandardPixmap icon;
     };
-    const QString home = QDir::homePath();
     const Bookmark local[] = {
-        {home, QStyle::SP_DirHomeIcon},
-        {joinPath(home, QLatin1String("Desktop")), QStyle::SP_DesktopIcon},
-        {joinPath(home, QLatin1String("Documents")), QStyle::SP_DirIcon},
+        {QDir::homePath(), QStyle::SP_DirHomeIcon},
+        {platform::desktopFolder(), QStyle::SP_DesktopIcon},
+        {platform::documentsFolder(), QStyle::SP_DirIcon},
     };
     addBookmark(computerLevelText(), QStyle::SP_ComputerIcon);
     addBookmark(hdfsRoot(), QStyle::SP_DriveNetIcon);
+    // On Windows each of them may be where the user wants it, also where another one is.
+    QList<QFileInfo> places;
     for (const Bookmark &bookmark : local) {
-        if (QFileInfo(bookmark.place).isDir())
-            addBookmark(bookmark.place, bookmark.icon);
+        // A share whose server is away would keep the dialog waiting before it is shown.
+        const bool isOnAShare = bookmark.place.startsWith(QLatin1String("//"));
+        const QFileInfo place(bookmark.place);
+        if (bookmark.place.isEmpty() || (!isOnAShare && (!place.isDir() || places.contains(place))))
+            continue;
+        if (!isOnAShare)
+            places.append(place);
+        addBookmark(bookmark.place, bookmark.icon);
     }
     // The end of a path tells more than its beginning.
     m_ui->listWidget->setTextElideMode(Qt::ElideLeft);
@@ -207,9 +215,7 @@ void HDFSFileDialog::connectSignals()
     QAbstractItemView *const views[] = {m_ui->listView, m_ui->treeView};
     for (QAbstractItemView *view : views) {
         QObject::connect(view, SIGNAL(customContextMenuRequested(QPoint)), this, SLOT(on_showContextMenu(QPoint)));
-        // Queued: the directory changes after the view has finished with the event.
-        QObject::connect(view, SIGNAL(activated(QModelIndex)), this, SLOT(on_enterDirectory(QModelIndex)),
-                         Qt::QueuedConnection);
+        QObject::connect(view, SIGNAL(activated(QModelIndex)), this, SLOT(queueActivation(QModelIndex)));
     }
     QObject::connect(m_ui->listView->selectionModel(), SIGNAL(currentChanged(QModelIndex, QModelIndex)), this,
                      SLOT(on_currentChanged(QModelIndex)));
@@ -334,11 +340,27 @@ void HDFSFileDialog::on_enterDirectory(const QModelIndex &index)
     setDirectory(path);
 }
 
+/// The directory changes after the view has finished with the event. Qt 4 queues no index as a slot's argument.
+void HDFSFileDialog::queueActivation(const QModelIndex &index)
+{
+    m_activations.append(index);
+    QMetaObject::invokeMethod(this, "followActivation", Qt::QueuedConnection);
+}
+
+void HDFSFileDialog::followActivation()
+{
+    if (m_activations.isEmpty())
+        return;
+    const QModelIndex index = m_activations.takeFirst();
+    on_enterDirectory(index);
+}
+
 /// An activation that is still queued (the Enter key was pressed twice while the dialog was busy) names a row that is
 /// about to go.
 void HDFSFileDialog::forgetActivations()
 {
     QCoreApplication::removePostedEvents(this, QEvent::MetaCall);
+    m_activations.clear();
 }
 
 void HDFSFileDialog::selectPath(const QString &path)

@@ -3,9 +3,11 @@
 #define DIALOG_HDFSFILEDIALOG_H
 
 #include "dialog/DialogContext.h"
+#include "platform/NoSystemQuestions.h"
 
 #include <QDialog>
 #include <QStyle>
+#include <QtCore/QList>
 #include <QtCore/QModelIndex>
 
 #include <memory>
@@ -83,6 +85,8 @@ private slots:
 
     void refresh();
     void forgetCurrentItem();
+    void queueActivation(const QModelIndex &index);
+    void followActivation();
     void forgetActivations();
     void startWithoutCurrentItem();
     void followRename(const QModelIndex &topLeft, const QModelIndex &bottomRight);
@@ -122,8 +126,10 @@ private:
     bool warn(const QString &text);
     Answer run(QMessageBox *newBox, const QString &text);
 
+    const platform::NoSystemQuestions m_noQuestions; ///< the first: all of the dialog looks at local drives
     std::unique_ptr<Ui::HDFSFileDialog> m_ui;
     Connect m_connect;
+    QList<QPersistentModelIndex> m_activations; ///< of the views, not yet followed
     QString m_selectedPath;
     bool m_nativeRequested;
     QStringList m_history;

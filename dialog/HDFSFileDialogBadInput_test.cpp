@@ -217,4 +217,70 @@ TEST_F(HDFSFileDialogLongText, IsAFilter)
     EXPECT_TRUE(person->isOpen());
 }
 
+// --- long local paths ---
+
+/// A directory whose path is longer than the 260 characters of Windows's own names.
+class HDFSFileDialogLongPath : public FileDialogTest
+{
+protected:
+    HDFSFileDialogLongPath() { makeLocalDirectory(deep); }
+
+    const std::string deep = std::string(100, 'a') + "/" + std::string(100, 'b') + "/" + std::string(100, 'c');
+};
+
+TEST_F(HDFSFileDialogLongPath, IsEnteredAndAFileOfItChosen)
+{
+    makeLocalFile(deep + "/in.txt");
+    open(DialogModeOpen, local(std::string(100, 'a') + "/" + std::string(100, 'b')));
+    person->doubleClickOn(std::string(100, 'c'));
+    EXPECT_EQ(local(deep), person->place());
+    person->doubleClickOn("in.txt");
+    EXPECT_EQ(local(deep + "/in.txt"), accepted());
+    open(DialogModeOpen, local(deep + "/in.txt"));
+    EXPECT_EQ(local(deep), person->place());
+    EXPECT_EQ("in.txt", person->typedName());
+    person->press(Qt::Key_Return);
+    EXPECT_EQ(local(deep + "/in.txt"), accepted());
+    open(DialogModeDirectory, local());
+    person->pasteName(QString::fromStdString(local(deep)));
+    person->press(Qt::Key_Return);
+    EXPECT_EQ(local(deep), accepted());
+}
+
+TEST_F(HDFSFileDialogLongPath, WarnsOfWhatIsMissingAndOfWhatIsThere)
+{
+    makeLocalFile(deep + "/in.txt");
+    open(DialogModeOpen, local(deep));
+    person->pasteName(QString::fromStdString(local(deep + "/out.txt")));
+    person->willAnswer({DialogPerson::ByEnter});
+    person->press(Qt::Key_Return);
+    EXPECT_EQ(Texts{local(deep + "/out.txt") + "\nFile not found.\nPlease verify the correct file name was given."},
+              boxTexts());
+    open(DialogModeSave, local(deep));
+    person->typeName("in.txt");
+    person->willAnswer({DialogPerson::Yes});
+    person->press(Qt::Key_Return);
+    EXPECT_EQ(Texts{"'" + local(deep + "/in.txt") + "' already exists.\nDo you want to replace it?"}, boxTexts());
+    EXPECT_EQ(local(deep + "/in.txt"), accepted());
+}
+
+TEST_F(HDFSFileDialogLongPath, TakesNewFoldersNewNamesAndDeletion)
+{
+    open(DialogModeOpen, local(deep));
+    person->click("newFolderButton");
+    ASSERT_NE(nullptr, person->nameEditor());
+    EXPECT_TRUE(hasLocal(deep + "/New Folder"));
+    person->nameEditor()->setText(QString(200, QLatin1Char('d')));
+    person->press(Qt::Key_Return);
+    EXPECT_TRUE(hasLocal(deep + "/" + std::string(200, 'd')));
+    EXPECT_FALSE(hasLocal(deep + "/New Folder"));
+    person->clickOn(std::string(200, 'd'));
+    person->willAnswer({DialogPerson::Yes});
+    person->press(Qt::Key_Delete);
+    EXPECT_EQ(1u, boxTexts().size());
+    EXPECT_FALSE(hasLocal(deep + "/" + std::string(200, 'd')));
+    EXPECT_EQ(Texts{}, person->names());
+    EXPECT_TRUE(log.holds({}));
+}
+
 } // namespace

@@ -3,6 +3,7 @@
 
 #include "testing/TemporarySettings.h"
 
+#include <QtCore/QFile>
 #include <QtWidgets/QListWidget>
 
 namespace {
@@ -47,6 +48,17 @@ TEST_F(HDFSFileDialogBookmarks, FoldersThatTheUserHasNotAreNoBookmarks)
     const TemporaryEnvironment home("HOME", local("home").c_str());
     open(DialogModeOpen, local());
     EXPECT_EQ(3, person->find<QListWidget>("listWidget")->count());
+}
+
+TEST_F(HDFSFileDialogBookmarks, OneFolderIsOneBookmark)
+{
+    makeLocalDirectory("home/Desktop");
+    ASSERT_TRUE(QFile::link(QLatin1String("Desktop"), QString::fromStdString(local("home/Documents"))));
+    const TemporaryEnvironment home("HOME", local("home").c_str());
+    open(DialogModeOpen, local());
+    const QListWidget *const bookmarks = person->find<QListWidget>("listWidget");
+    ASSERT_EQ(4, bookmarks->count());
+    EXPECT_EQ(local("home/Desktop"), bookmarks->item(3)->text().toStdString());
 }
 
 } // namespace

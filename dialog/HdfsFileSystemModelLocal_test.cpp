@@ -144,6 +144,48 @@ TEST_F(HdfsFileSystemModelLocal, ADirectoryThatVanishesIsEmptyNextTime)
     EXPECT_EQ(0, model.rowCount());
 }
 
+/// Windows's own names end at 260 characters.
+TEST_F(HdfsFileSystemModelLocal, AVeryLongPathIsOneAsAnyOther)
+{
+    const QByteArray below = QByteArray(100, 'a') + '/' + QByteArray(100, 'b') + '/' + QByteArray(100, 'c');
+    ASSERT_TRUE(QDir().mkpath(path(below)));
+    makeFile(below + "/a.txt", "12345");
+    model.listDirectory(path(below));
+    ASSERT_EQ(std::vector<std::string>{"a.txt"}, names());
+    EXPECT_EQ(5u, model.record(at(0))->length);
+    EXPECT_EQ(path(below + "/a.txt"), model.filePath(at(0)));
+    EXPECT_TRUE(model.setData(at(0), QLatin1String("b.txt")));
+    EXPECT_FALSE(QFileInfo(path(below + "/a.txt")).exists());
+    const QByteArray longName(200, 'n');
+    const QModelIndex folder = model.mkdir(QString::fromLatin1(longName));
+    ASSERT_TRUE(folder.isValid());
+    EXPECT_TRUE(QFileInfo(model.filePath(folder)).isDir());
+    EXPECT_FALSE(model.setData(folder, QLatin1String("b.txt")));
+    EXPECT_TRUE(log.takes({"Cannot rename"}));
+    model.listDirectory(path(below));
+    std::vector<std::string> rows = names();
+    std::sort(rows.begin(), rows.end());
+    EXPECT_EQ((std::vector<std::string>{"b.txt", longName.toStdString()}), rows);
+    EXPECT_TRUE(log.holds({}));
+}
+
+TEST_F(HdfsFileSystemModelLocal, APathThatNoSystemTakesIsRefused)
+{
+    makeFile("a");
+    const QString tooLongName(10000, QLatin1Char('n'));
+    model.listDirectory(directory.path());
+    EXPECT_FALSE(model.setData(at(0), tooLongName));
+    EXPECT_TRUE(log.takes({"Cannot rename"}));
+    EXPECT_FALSE(model.mkdir(tooLongName).isValid());
+    EXPECT_TRUE(log.takes({"Cannot create directory '" + (path("") + tooLongName).toStdString() + "'"}));
+    EXPECT_EQ(std::vector<std::string>{"a"}, names());
+    const QString manyNames = path("") + QString::fromLatin1("a/").repeated(50000);
+    model.listDirectory(manyNames);
+    EXPECT_EQ(0, model.rowCount());
+    EXPECT_FALSE(model.mkdir(QLatin1String("b")).isValid());
+    EXPECT_TRUE(log.takes({"Cannot create directory '" + manyNames.toStdString() + "b'"}));
+}
+
 TEST_F(HdfsFileSystemModelLocal, StopsWhereThereIsNoMemoryForAnotherRow)
 {
     for (int i = 0; i < 200; ++i)

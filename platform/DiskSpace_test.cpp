@@ -31,9 +31,14 @@ TEST(DiskSpace, LeavesTheValuesAloneForAPathThatIsNotThere)
 {
     quint64 capacity = 47;
     quint64 available = 11;
-    EXPECT_FALSE(platform::diskSpace(QLatin1String("/no/such/directory"), &capacity, &available));
-    EXPECT_EQ(47u, capacity);
-    EXPECT_EQ(11u, available);
+    for (const QString &path :
+         {QString::fromLatin1("/no/such/directory"), QString::fromLatin1("//quor-no-such-server/share"),
+          QLatin1Char('/') + QString::fromLatin1("directory/").repeated(30),
+          QLatin1Char('/') + QString(100000, QLatin1Char('x'))}) {
+        EXPECT_FALSE(platform::diskSpace(path, &capacity, &available)) << path.toStdString();
+        EXPECT_EQ(47u, capacity);
+        EXPECT_EQ(11u, available);
+    }
 }
 
 } // namespace

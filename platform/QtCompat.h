@@ -4,7 +4,8 @@
 
 #include <QtCore/QtGlobal>
 
-#if QT_VERSION < QT_VERSION_CHECK(5, 0, 0)
+// As a number: moc of Qt 4 does not evaluate QT_VERSION_CHECK.
+#if QT_VERSION < 0x050000
 
 // Qt 5 carries a plug-in's identity in its meta-object; in Qt 4 there is nothing to declare, and the
 // library brings its own instance function.

@@ -18,8 +18,9 @@ std::unique_ptr<QSettings> openConnectionSettings();
 /// A value as the text that stands in the store; `defaultValue` when it is missing. Unlike
 /// QVariant::toString also for a hand-written value with commas, which INI files take for a list.
 /// In the registry a REG_SZ or REG_EXPAND_SZ is the text (nothing is expanded), a REG_DWORD or
-/// REG_QWORD the number in decimal, a REG_BINARY what its bytes are in UTF-16, and a REG_MULTI_SZ its
-/// only string, or empty when it has several.
+/// REG_QWORD the number in decimal, a REG_BINARY or REG_NONE what its bytes are in UTF-16, a REG_MULTI_SZ
+/// its only string, or empty when it has several, and any other type empty. A text is whole without the
+/// zero at its end; a number of a size that is not its type's is some number.
 QString settingText(const QSettings &settings, const QString &name, const QString &defaultValue = QString());
 
 } // namespace platform

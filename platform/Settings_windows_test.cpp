@@ -1,6 +1,7 @@
 // The registry as others see it: `reg` is the system's own program for it.
 #include "platform/Settings.h"
 
+#include "testing/RegistryBytes_windows.h"
 #include "testing/RegistryProgram_windows.h"
 #include "testing/TemporarySettings.h"
 
@@ -103,6 +104,93 @@ TEST_F(WindowsSettings, AreNotWrittenIntoAKeyThatCannotBeMade)
     platform::openConnectionSettings()->setValue("hdfs", "namenode");
     EXPECT_EQ("", storedText("hdfs"));
     EXPECT_EQ("", query("hdfs"));
+}
+
+// --- values that are damaged ---
+
+class DamagedWindowsSettings : public WindowsSettings
+{
+protected:
+    std::string textOf(DWORD type, const QByteArray &bytes)
+    {
+        registry_bytes::set("hdfs", type, bytes);
+        return storedText("hdfs", "default");
+    }
+
+    const QByteArray characters = registry_bytes::utf16("name\xe6\xb1\x89|1|u");
+};
+
+TEST_F(DamagedWindowsSettings, AreWholeWithoutTheZeroAtTheirEnd)
+{
+    for (DWORD type : {REG_SZ, REG_EXPAND_SZ, REG_MULTI_SZ, REG_BINARY, REG_NONE}) {
+        EXPECT_EQ("name\xe6\xb1\x89|1|u", textOf(type, characters)) << type;
+        EXPECT_EQ("n", textOf(type, registry_bytes::utf16("n"))) << type;
+    }
+}
+
+TEST_F(DamagedWindowsSettings, EndAtAZeroInTheirMiddle)
+{
+    const QByteArray two = characters + QByteArray(2, '\0') + registry_bytes::utf16("more");
+    for (DWORD type : {REG_SZ, REG_EXPAND_SZ})
+        EXPECT_EQ("name\xe6\xb1\x89|1|u", textOf(type, two + QByteArray(2, '\0'))) << type;
+}
+
+TEST_F(DamagedWindowsSettings, LoseNothingButAHalfCharacterAtTheirEnd)
+{
+    for (DWORD type : {REG_SZ, REG_EXPAND_SZ, REG_MULTI_SZ, REG_BINARY, REG_NONE}) {
+        const std::string text = textOf(type, characters + 'x');
+        EXPECT_TRUE(text == "name\xe6\xb1\x89|1|u" || text == "name\xe6\xb1\x89|1|ux") << type << ' ' << text;
+        EXPECT_GE(1u, textOf(type, "x").size()) << type;
+    }
+}
+
+TEST_F(DamagedWindowsSettings, AreEmptyWithoutAnyBytes)
+{
+    for (DWORD type : {REG_SZ, REG_EXPAND_SZ, REG_MULTI_SZ, REG_BINARY, REG_NONE})
+        EXPECT_EQ("", textOf(type, QByteArray())) << type;
+    for (DWORD type : {REG_SZ, REG_EXPAND_SZ, REG_MULTI_SZ})
+        EXPECT_EQ("", textOf(type, QByteArray(2, '\0'))) << type;
+}
+
+TEST_F(DamagedWindowsSettings, AreSomeNumberWhenTheyAreOneOfAnotherSize)
+{
+    for (DWORD type : {REG_DWORD, REG_DWORD_BIG_ENDIAN, REG_QWORD}) {
+        for (int size : {0, 1, 3, 5, 7, 9, 100}) {
+            const QString text = QString::fromStdString(textOf(type, QByteArray(size, '\7')));
+            bool isNumber = false;
+            text.toLongLong(&isNumber);
+            EXPECT_TRUE(isNumber) << type << ' ' << size << ' ' << text.toStdString();
+        }
+    }
+}
+
+TEST_F(DamagedWindowsSettings, AreEmptyWhenTheyAreOfATypeThatIsNoText)
+{
+    for (DWORD type : {DWORD(REG_LINK), DWORD(REG_RESOURCE_LIST), DWORD(4711), ~DWORD(0)})
+        EXPECT_EQ("", textOf(type, characters)) << type;
+}
+
+TEST_F(DamagedWindowsSettings, MayHoldAHalfOfAPair)
+{
+    registry_bytes::set("hdfs", REG_SZ, QByteArray("\x3d\xd8", 2));
+    EXPECT_EQ(QString(QChar(0xD83D)), platform::settingText(*platform::openConnectionSettings(), "hdfs"));
+}
+
+TEST_F(DamagedWindowsSettings, MayBeVeryLong)
+{
+    const QString text(1000000, QLatin1Char('x'));
+    for (DWORD type : {REG_SZ, REG_EXPAND_SZ, REG_MULTI_SZ, REG_BINARY, REG_NONE})
+        EXPECT_EQ(text.toStdString(), textOf(type, registry_bytes::utf16(text))) << type;
+}
+
+TEST_F(DamagedWindowsSettings, AreTheDefaultWhereThereIsAKeyOfTheirName)
+{
+    HKEY key;
+    ASSERT_EQ(ERROR_SUCCESS, ::RegCreateKeyExW(HKEY_CURRENT_USER, L"Software\\Quor\\hdfs", 0, nullptr,
+                                               REG_OPTION_NON_VOLATILE, KEY_ALL_ACCESS, nullptr, &key, nullptr));
+    ::RegSetValueExW(key, nullptr, 0, REG_SZ, reinterpret_cast<const BYTE *>(L"x"), 4);
+    ::RegCloseKey(key);
+    EXPECT_EQ("default", storedText("hdfs", "default"));
 }
 
 } // namespace

@@ -39,7 +39,8 @@ SocketHandle openSocket(int family, int type, int protocol);
 /// `connect`; 0 on success, -1 on failure. Completes a connect that a signal interrupted.
 int connectSocket(SocketHandle handle, const struct sockaddr *address, std::size_t addressSize);
 
-/// `closesocket` or `close`; also for kInvalidSocket, which does nothing.
+/// `closesocket` or `close`; also for kInvalidSocket, which does nothing. Leaves lastSocketError as it was: a failed
+/// call may be reported after its socket has been closed.
 void closeSocket(SocketHandle handle);
 
 /// Sets TCP_NODELAY.

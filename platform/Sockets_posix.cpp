@@ -91,8 +91,11 @@ int connectSocket(SocketHandle handle, const struct sockaddr *address, std::size
 
 void closeSocket(SocketHandle handle)
 {
-    if (handle != kInvalidSocket)
-        ::close(descriptor(handle));
+    if (handle == kInvalidSocket)
+        return;
+    const int error = errno;
+    ::close(descriptor(handle));
+    errno = error;
 }
 
 void setNoDelay(SocketHandle handle)

@@ -57,6 +57,21 @@ TEST_F(Sockets, WithoutASocketEverythingFails)
     EXPECT_EQ(0, descriptors.opened());
 }
 
+TEST_F(Sockets, AreClosedWithoutHidingTheErrorOfTheCallBefore)
+{
+    // Closed, and no socket at all, which the system refuses to close.
+    const SocketHandle noSocket = 0x7ffffff0;
+    for (const SocketHandle handle : {platform::openSocket(AF_INET, SOCK_STREAM, IPPROTO_TCP), noSocket}) {
+        SystemCallFaults faults;
+        faults.fail(SystemCall::Send, 0, ECONNABORTED);
+        EXPECT_EQ(-1, platform::sendOnce(m_handle, "a", 1));
+        platform::closeSocket(handle);
+        EXPECT_EQ(systemError(ECONNABORTED), platform::lastSocketError());
+        platform::closeSocket(platform::kInvalidSocket);
+        EXPECT_EQ(systemError(ECONNABORTED), platform::lastSocketError());
+    }
+}
+
 TEST_F(Sockets, ReportAnOrderlyCloseAsZeroAndNoError)
 {
     m_peer.addScript([](ScriptedConnection &connection) { connection.close(); });

@@ -69,8 +69,11 @@ int connectSocket(SocketHandle handle, const struct sockaddr *address, std::size
 
 void closeSocket(SocketHandle handle)
 {
-    if (handle != kInvalidSocket)
-        ::closesocket(systemSocket(handle));
+    if (handle == kInvalidSocket)
+        return;
+    const int error = ::WSAGetLastError();
+    ::closesocket(systemSocket(handle));
+    ::WSASetLastError(error);
 }
 
 void setNoDelay(SocketHandle handle)

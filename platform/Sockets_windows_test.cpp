@@ -1,6 +1,8 @@
 #include "platform/SocketsTest.h"
 #include "testing/SystemCallFaults.h"
 
+#include <QtCore/QString>
+
 #include <cerrno>
 
 namespace {
@@ -32,10 +34,16 @@ TEST_F(WindowsSockets, AreUnsigned64BitNumbersAsTheSystemHasThem)
 
 TEST_F(WindowsSockets, MayAskForTheFastPathWithoutAnybodyMinding)
 {
+    // The double of WSAIoctl expects what it is asked for.
+    SystemCallFaults faults;
+    faults.failFrom(SystemCall::FastPath, 1, ENOPROTOOPT);
     platform::requestLoopbackFastPath(m_handle);
+    EXPECT_FALSE(faults.hasFailed(SystemCall::FastPath));
     m_peer.addScript([](ScriptedConnection &connection) { connection.send(connection.receive(4)); });
     connectToPeer();
     platform::requestLoopbackFastPath(m_handle);
+    EXPECT_TRUE(faults.hasFailed(SystemCall::FastPath));
+    EXPECT_EQ(2, faults.count(SystemCall::FastPath));
     char buffer[5] = "";
     EXPECT_EQ(4, platform::sendOnce(m_handle, "echo", 4));
     EXPECT_EQ(4, platform::receiveWhole(m_handle, buffer, 4));
@@ -52,13 +60,29 @@ TEST_F(WindowsSockets, FailToSendWhenThePeerHasReset)
 
 TEST_F(WindowsSockets, HaveTheSystemsTextForAnError)
 {
-    char text[1000] = "";
-    ASSERT_LT(0u, ::FormatMessageA(FORMAT_MESSAGE_FROM_SYSTEM | FORMAT_MESSAGE_IGNORE_INSERTS, nullptr, WSAECONNREFUSED,
-                                   0, text, sizeof text, nullptr));
-    EXPECT_EQ(text, platform::socketErrorText(WSAECONNREFUSED));
+    wchar_t text[1000] = L"";
+    ASSERT_LT(0u, ::FormatMessageW(FORMAT_MESSAGE_FROM_SYSTEM | FORMAT_MESSAGE_IGNORE_INSERTS, nullptr, WSAECONNREFUSED,
+                                   0, text, 1000, nullptr));
+    // The double of FormatMessageA expects what it is asked for, that of LocalFree what it gave.
+    SystemCallFaults faults;
+    EXPECT_EQ(QString::fromWCharArray(text).toLocal8Bit().toStdString(), platform::socketErrorText(WSAECONNREFUSED));
+    EXPECT_EQ(1, faults.count(SystemCall::Describe));
+    EXPECT_EQ(1, faults.count(SystemCall::FreeText));
     // With the line break that the system ends it by.
     EXPECT_EQ('\n', platform::socketErrorText(WSAECONNREFUSED).back());
     EXPECT_EQ("", platform::socketErrorText(123456));
+    EXPECT_EQ(3, faults.count(SystemCall::Describe));
+    EXPECT_EQ(2, faults.count(SystemCall::FreeText));
+}
+
+TEST_F(WindowsSockets, HaveNoTextWhenTheSystemHasNoMemoryForIt)
+{
+    SystemCallFaults faults;
+    faults.fail(SystemCall::Describe, 0, ERROR_NOT_ENOUGH_MEMORY);
+    EXPECT_EQ("", platform::socketErrorText(WSAECONNREFUSED));
+    EXPECT_EQ(0, faults.count(SystemCall::FreeText));
+    EXPECT_NE("", platform::socketErrorText(WSAECONNREFUSED));
+    EXPECT_EQ(1, faults.count(SystemCall::FreeText));
 }
 
 } // namespace

@@ -190,6 +190,41 @@ TEST_F(ConnectionSetup, TheConnectionHasWhatTheSettingsSay)
     EXPECT_TRUE(log.holds({}));
 }
 
+TEST_F(ConnectionSetup, AUserNameOfAnyAlphabetIsSentInUtf8)
+{
+    const std::vector<std::string> names = {"J\xc3\xbcrgen",
+                                            "\xd0\x98\xd0\xb2\xd0\xb0\xd0\xbd \xd0\x9f.",
+                                            "\xe6\xb1\x89\xe5\xad\x97",
+                                            "\xd7\xa9\xd7\x9c\xd7\x95\xd7\x9d",
+                                            "e\xcc\x81",
+                                            "\xf0\x9f\x90\x98"};
+    for (const std::string &name : names) {
+        QString user;
+        ASSERT_TRUE(connectWith("127.0.0.1:%1|0|" + name, &user)) << name;
+        EXPECT_EQ(name, user.toStdString());
+    }
+    connection.reset();
+    nameNode.peer().waitUntilOver(names.size());
+    ASSERT_EQ(names.size(), nameNode.introductions().size());
+    for (std::size_t i = 0; i < names.size(); ++i)
+        EXPECT_EQ(names[i], nameNode.introductions()[i].user);
+    EXPECT_TRUE(log.holds({}));
+}
+
+TEST_F(ConnectionSetup, AUserNameOfTheEnvironmentIsInTheSystemsEncoding)
+{
+    const QByteArray local = QString::fromUtf8("J\xc3\xbcrgen").toLocal8Bit();
+    const std::string name = QString::fromLocal8Bit(local).toStdString();
+    const TemporaryEnvironment own("USERNAME", local.constData());
+    QString user;
+    ASSERT_TRUE(connectWith("127.0.0.1:%1", &user));
+    EXPECT_EQ(name, user.toStdString());
+    connection.reset();
+    nameNode.peer().waitUntilOver(1);
+    ASSERT_EQ(1u, nameNode.introductions().size());
+    EXPECT_EQ(name, nameNode.introductions()[0].user);
+}
+
 TEST_F(ConnectionSetup, TheUserNeedNotBeAskedFor)
 {
     ASSERT_TRUE(connectWith("127.0.0.1:%1"));

@@ -12,6 +12,7 @@ namespace {
 
 struct CallPlan {
     int count;
+    int firstAt;  ///< how many calls, of any kind, had been made before the first one
     int failAt;   ///< ordinal of the first failure, -1: none
     bool forever; ///< all that follow fail too
     int error;
@@ -23,6 +24,7 @@ struct CallPlan {
 
 struct Plan {
     CallPlan calls[kSystemCallCount];
+    int callCount;
     bool resolves;
     std::vector<ResolvedAddress> addresses;
     std::vector<std::string> connected;
@@ -141,6 +143,11 @@ bool SystemCallFaults::hasFailed(SystemCall call) const
     return planFor(call)->failed;
 }
 
+bool SystemCallFaults::isInOrder(SystemCall first, SystemCall second) const
+{
+    return count(first) > 0 && count(second) > 0 && planFor(first)->firstAt < planFor(second)->firstAt;
+}
+
 void SystemCallFaults::resolveTo(const std::vector<ResolvedAddress> &addresses)
 {
     onlyPlan.resolves = true;
@@ -190,6 +197,9 @@ bool mustFail(SystemCall call, int *error)
     if (!calls)
         return false;
     const int ordinal = calls->count++;
+    if (ordinal == 0)
+        calls->firstAt = onlyPlan.callCount;
+    ++onlyPlan.callCount;
     if (calls->failAt < 0 || ordinal < calls->failAt || (ordinal > calls->failAt && !calls->forever))
         return false;
     calls->failed = true;

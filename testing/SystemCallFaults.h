@@ -33,9 +33,13 @@ enum class SystemCall {
     NumericName, ///< getnameinfo
     Identify,    ///< UuidCreate; elsewhere there is no such call
     Allocate,    ///< malloc, calloc, realloc; not what Qt and the C++ library take for themselves
-    Duplicate    ///< strdup, UuidToStringA
+    Duplicate,   ///< strdup, UuidToStringA
+    FastPath,    ///< WSAIoctl, which must ask for the short way through loopback; elsewhere there is no such call
+    Describe,    ///< FormatMessageA, which must ask for an error's text; elsewhere there is no such call
+    FreeText,    ///< LocalFree of something, which must be the last such text; elsewhere there is no such call
+    NameFolder   ///< SHGetFolderPathW, which must make and look for nothing; elsewhere there is no such call
 };
-const int kSystemCallCount = 13;
+const int kSystemCallCount = 17;
 
 /// What platform::lastSocketError says after a socket call that failed with an error of <cerrno>.
 int systemError(int error);
@@ -50,8 +54,8 @@ public:
     SystemCallFaults &operator=(const SystemCallFaults &) = delete;
 
     /// Lets the call number `ordinal` (0: the next one from now) fail with `error` in errno; for Resolve `error` is
-    /// its result, for Allocate it may be 0. It is not passed on to the system. A send that fails with ECONNRESET
-    /// takes the connection with it.
+    /// its result, as for NameFolder, for Allocate it may be 0. It is not passed on to the system. A send that fails
+    /// with ECONNRESET takes the connection with it.
     void fail(SystemCall call, int ordinal, int error);
     /// The same for this call and all that follow.
     void failFrom(SystemCall call, int ordinal, int error);
@@ -59,6 +63,8 @@ public:
     int count(SystemCall call) const;
     /// Whether an ordered failure has come to pass.
     bool hasFailed(SystemCall call) const;
+    /// Whether both calls have been made since construction, `first` for the first time before `second`.
+    bool isInOrder(SystemCall first, SystemCall second) const;
 
     /// Every name resolves to these addresses, in this order.
     void resolveTo(const std::vector<ResolvedAddress> &addresses);

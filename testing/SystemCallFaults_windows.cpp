@@ -7,11 +7,14 @@
 
 #include <iphlpapi.h>
 #include <rpc.h>
+#include <shlobj.h>
 
 #include <algorithm>
+#include <atomic>
 #include <cerrno>
 #include <cstdlib>
 #include <cstring>
+#include <cwchar>
 #include <vector>
 
 using namespace system_call_plan;
@@ -35,6 +38,9 @@ void noteReceived(int bytes)
     ReceiveHook::noteReceived(bytes);
     ::WSASetLastError(error);
 }
+
+/// What FormatMessageA gave last, until it is freed.
+std::atomic<void *> describedText(nullptr);
 
 } // namespace
 
@@ -97,6 +103,10 @@ WRAPPED(getsockopt)
 WRAPPED(getnameinfo)
 WRAPPED(UuidCreate)
 WRAPPED(UuidToStringA)
+WRAPPED(WSAIoctl)
+WRAPPED(FormatMessageA)
+WRAPPED(LocalFree)
+WRAPPED(SHGetFolderPathW)
 // Declared without the mark of an import, as the C library's functions are: called by name.
 ULONG WINAPI __real_GetAdaptersAddresses(ULONG, ULONG, void *, IP_ADAPTER_ADDRESSES *, ULONG *);
 void *__real_malloc(size_t);
@@ -218,6 +228,63 @@ static RPC_STATUS RPC_ENTRY wrapped_UuidToStringA(UUID *uuid, RPC_CSTR *text)
                                                                      : __real___imp_UuidToStringA(uuid, text);
 }
 
+static int WSAAPI wrapped_WSAIoctl(SOCKET socket, DWORD code, void *input, DWORD inputSize, void *output,
+                                   DWORD outputSize, DWORD *written, WSAOVERLAPPED *overlapped,
+                                   LPWSAOVERLAPPED_COMPLETION_ROUTINE completion)
+{
+    // SIO_LOOPBACK_FAST_PATH, switched on, at once.
+    EXPECT_EQ(0x98000010u, code);
+    const DWORD on = 1;
+    EXPECT_TRUE(inputSize == sizeof on && input && std::memcmp(input, &on, sizeof on) == 0);
+    EXPECT_TRUE(!output && outputSize == 0 && written && !overlapped && !completion);
+    if (mustFail(SystemCall::FastPath))
+        return SOCKET_ERROR;
+    return __real___imp_WSAIoctl(socket, code, input, inputSize, output, outputSize, written, overlapped, completion);
+}
+
+static DWORD WINAPI wrapped_FormatMessageA(DWORD flags, const void *source, DWORD code, DWORD language, char *buffer,
+                                           DWORD size, va_list *arguments)
+{
+    // FORMAT_MESSAGE_ALLOCATE_BUFFER, _FROM_SYSTEM and _IGNORE_INSERTS, in the user's language.
+    EXPECT_EQ(0x1300u, flags);
+    EXPECT_EQ(0x400u, language);
+    EXPECT_TRUE(!source && size == 0 && !arguments);
+    int error;
+    if (system_call_plan::mustFail(SystemCall::Describe, &error)) {
+        ::SetLastError(static_cast<DWORD>(error));
+        return 0;
+    }
+    const DWORD length = __real___imp_FormatMessageA(flags, source, code, language, buffer, size, arguments);
+    if (length > 0)
+        describedText = *reinterpret_cast<void **>(buffer);
+    return length;
+}
+
+static HLOCAL WINAPI wrapped_LocalFree(HLOCAL memory)
+{
+    if (memory) {
+        int error;
+        system_call_plan::mustFail(SystemCall::FreeText, &error);
+        void *const described = describedText.exchange(nullptr);
+        EXPECT_TRUE(!described || memory == described) << "a text of FormatMessageA has to be freed first";
+    }
+    return __real___imp_LocalFree(memory);
+}
+
+static HRESULT WINAPI wrapped_SHGetFolderPathW(HWND window, int folder, HANDLE token, DWORD kind, wchar_t *path)
+{
+    // CSIDL_PERSONAL or CSIDL_DESKTOPDIRECTORY with CSIDL_FLAG_DONT_VERIFY, of this user and as they are at present.
+    EXPECT_TRUE(folder == 0x4005 || folder == 0x4010) << folder;
+    EXPECT_TRUE(!window && !token && kind == SHGFP_TYPE_CURRENT && path);
+    int error;
+    if (system_call_plan::mustFail(SystemCall::NameFolder, &error)) {
+        // What is left there is no answer.
+        std::wcscpy(path, L"C:\\");
+        return static_cast<HRESULT>(error);
+    }
+    return __real___imp_SHGetFolderPathW(window, folder, token, kind, path);
+}
+
 WRAPPER(WSAStartup)
 WRAPPER(getaddrinfo)
 WRAPPER(freeaddrinfo)
@@ -231,6 +298,10 @@ WRAPPER(getsockopt)
 WRAPPER(getnameinfo)
 WRAPPER(UuidCreate)
 WRAPPER(UuidToStringA)
+WRAPPER(WSAIoctl)
+WRAPPER(FormatMessageA)
+WRAPPER(LocalFree)
+WRAPPER(SHGetFolderPathW)
 
 ULONG WINAPI __wrap_GetAdaptersAddresses(ULONG family, ULONG flags, void *reserved, IP_ADAPTER_ADDRESSES *adapters,
                                          ULONG *size)

@@ -25,6 +25,18 @@ FOUND = [
     "if constexpr (true) {}",
     "auto [first, second] = pair;",
     "text.split(' ', Qt::SkipEmptyParts)",
+    "connect(view, SIGNAL(activated(QModelIndex)), this,\n SLOT(open(QModelIndex)), Qt::QueuedConnection);",
+    "qRegisterMetaType<QModelIndex>();",
+    "QTimer::singleShot(0, this, [this]() { close(); });",
+    "QTimer::singleShot(0, this, &Dialog::close);",
+    "QPixmap picture = widget->grab();",
+    "QFileDialog::getOpenFileUrl(this);",
+    "QVector<int> numbers{1, 2};",
+    "QStringList names = {a, b};",
+    "if (a and b) {}",
+    "if (not a) {}",
+    "ssize_t count;",
+    "#include <unistd.h>",
 ]
 NOT_FOUND = [
     "// connect(button, &QPushButton::clicked, this, &Dialog::close);",
@@ -35,6 +47,12 @@ NOT_FOUND = [
     "QObject::connect(&model, SIGNAL(modelReset()), this, SLOT(update()));",
     "#include <QDialog>\n#include <QtCore/QString>",
     "#if defined(__GNUC__)\n__attribute__((x))\n#endif",
+    "#ifdef __GNUC__\n__attribute__((x))\n#endif",
+    "connect(timer, SIGNAL(timeout()), this, SLOT(run()), Qt::QueuedConnection);",
+    "connect(a, SIGNAL(changed(int)), this, SLOT(run(int))); connect(b, SIGNAL(done()), this, SLOT(end()), Qt::QueuedConnection);",
+    "QTimer::singleShot(0, this, SLOT(close()));",
+    "QStringList names{};",
+    "QVector<int> numbers(3);",
 ]
 
 
