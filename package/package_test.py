@@ -2,8 +2,8 @@
 """Makes the archive for Windows, unpacks it elsewhere and uses it as a user would, with Wine and a private HDFS.
 
 A host that is built from the archive's headers alone loads the plug-in from a folder that is not the current one and whose
-name has characters that are not ASCII; it lists, writes, reads and shows the dialog. A picture of that is left beside the
-build.
+name has characters that are not ASCII; it lists, writes, reads and shows the dialog. Pictures of that are left in the build's
+folder sample-host.
 Usage: package_test.py --build FOLDER --toolchain FILE --core MarrowbyCore.dll --qt FOLDER
 """
 import argparse
@@ -33,7 +33,7 @@ HOSTS_IMPORTS = {"marrowbycore.dll", "qt5core.dll", "qt5gui.dll", "qt5widgets.dl
 VERIFICATION_DATA = (b"pattern=QT_PLUGIN_VERIFICATION_DATA\nversion=4.8.7\ndebug=false\n"
                      b"buildkey=Windows x64 msvc release full-config\0")
 STEPS = ["arguments", "load", "interface", "initialize", "connect", "create", "write", "close", "open", "read", "the same bytes",
-         "list", "delete", "gone", "dialog", "unload"]
+         "list", "delete", "gone", "hdfs", "computer", "local", "unload"]
 
 
 def run(*command, **options):
@@ -119,9 +119,9 @@ class Package(unittest.TestCase):
             f"-DCMAKE_TOOLCHAIN_FILE={OPTIONS.toolchain}", f"-DQUORHDFS_INCLUDE={os.path.join(self.root, 'include')}")
         run("cmake", "--build", build)
         shutil.copy(OPTIONS.core, build)
-        picture = os.path.join(OPTIONS.build, "sample-host-dialog.png")
-        if os.path.exists(picture):
-            os.remove(picture)
+        pictures = os.path.join(OPTIONS.build, "sample-host")
+        shutil.rmtree(pictures, ignore_errors=True)
+        os.mkdir(pictures)
         data = os.path.join(self.folder, "hdfs")
         started = run(PRIVATE_HDFS, "start", "--owner", os.getpid(), "--data", data)
         words = (word for line in started.splitlines() for word in shlex.split(line))
@@ -150,13 +150,14 @@ class Package(unittest.TestCase):
             namenode = f"{values['PRIVATE_HDFS_NAMENODE']}|0|{values['PRIVATE_HDFS_SUPERUSER']}"
             self.wine("reg", "add", "HKCU\\Software\\Quor", "/v", "hdfs", "/t", "REG_SZ", "/d", namenode, "/f")
             self.assertIn(namenode, self.wine(*query))
-            said = self.wine(os.path.join(build, "sample_host.exe"), windows_path(self.dll), windows_path(picture),
+            said = self.wine(os.path.join(build, "sample_host.exe"), windows_path(self.dll), windows_path(pictures),
                              cwd=self.folder)
         finally:
             run(PRIVATE_HDFS, "stop", "--data", data)
             run(WINE_RUN, "--prefix", os.path.join(self.folder, "wine"), "--end")
         self.assertEqual([f"{step}: done" for step in STEPS], said.replace("\r", "").splitlines())
-        self.assertLess(5000, os.path.getsize(picture))
+        for name in "hdfs", "computer", "local":
+            self.assertLess(5000, os.path.getsize(os.path.join(pictures, name + ".png")))
 
 
 if __name__ == "__main__":

@@ -1,5 +1,6 @@
 // What a host does with the plug-in: lists, writes, reads, deletes, and lets the user choose. Says each step on
-// standard output; ends with 1 at the first that goes wrong. Usage: sample_host PLUGIN PICTURE
+// standard output; ends with 1 at the first that goes wrong. Usage: sample_host PLUGIN FOLDER
+// FOLDER gets pictures of the dialog: hdfs.png, computer.png, local.png.
 #include "plugin/QuorHDFSPluginInterface.h"
 #include "rpc/HdfsFileStatus.h"
 
@@ -78,14 +79,22 @@ int main(int argc, char **argv)
     check(hdfs->fileExists(connection, path, &exists, &isFile) == 0 && !exists, "gone");
     hdfs->deleteConnection(connection);
 
-    bool shown = false;
-    QTimer::singleShot(1500, &application, [&] {
-        QWidget *const dialog = QApplication::activeModalWidget();
-        shown = dialog && dialog->grab().save(arguments.at(2));
-        if (dialog)
-            dialog->close();
-    });
-    check(hdfs->getOpenFileName(nullptr, "Sample", "hdfs:/", "All Files (*.*)").isEmpty() && shown, "dialog");
+    const struct {
+        const char *name;
+        const char *directory;
+    } pictures[] = {{"hdfs", "hdfs:/"}, {"computer", ""}, {"local", "C:/windows"}};
+    for (const auto &picture : pictures) {
+        const QString file = arguments.at(2) + "/" + picture.name + ".png";
+        bool shown = false;
+        QTimer::singleShot(1500, &application, [&] {
+            QWidget *const dialog = QApplication::activeModalWidget();
+            shown = dialog && dialog->grab().save(file);
+            if (dialog)
+                dialog->close();
+        });
+        check(hdfs->getOpenFileName(nullptr, "Sample", picture.directory, "All Files (*.*)").isEmpty() && shown,
+              picture.name);
+    }
     delete root;
     check(loader.unload(), "unload");
     return 0;
