@@ -8,6 +8,7 @@
 #include <QtWidgets/QApplication>
 #include <QtWidgets/QComboBox>
 #include <QtWidgets/QListWidget>
+#include <QtWidgets/QTreeView>
 
 #include <algorithm>
 
@@ -134,6 +135,20 @@ TEST_P(HDFSFileDialogViews, AnActivationWhoseRowIsGoneByThenDoesNothing)
     DialogPerson::settle();
     EXPECT_EQ(local(), person->place());
     EXPECT_TRUE(person->isOpen());
+}
+
+TEST_P(HDFSFileDialogViews, AnActivationThatWasForgottenDoesNotComeWithTheNextOne)
+{
+    makeLocalDirectory("b");
+    makeLocalDirectory("c");
+    openIn(DialogModeOpen, local());
+    person->clickOn("b");
+    QTest::keyClick(person->view(), Qt::Key_Return);
+    person->find<QTreeView>("treeView")->sortByColumn(0, Qt::DescendingOrder);
+    DialogPerson::settle();
+    EXPECT_EQ(local(), person->place());
+    person->doubleClickOn("c");
+    EXPECT_EQ(local("c"), person->place());
 }
 
 TEST_P(HDFSFileDialogViews, LettersJumpToNames)
