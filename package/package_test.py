@@ -11,6 +11,7 @@ import os
 import re
 import shlex
 import shutil
+import signal
 import subprocess
 import sys
 import tempfile
@@ -160,7 +161,13 @@ class Package(unittest.TestCase):
             self.assertLess(5000, os.path.getsize(os.path.join(pictures, name + ".png")))
 
 
+def interrupt(*_):
+    raise KeyboardInterrupt
+
+
 if __name__ == "__main__":
+    # Told to end, it cleans up.
+    signal.signal(signal.SIGTERM, interrupt)
     parser = argparse.ArgumentParser()
     for option in "build", "toolchain", "core", "qt":
         parser.add_argument("--" + option, required=True)

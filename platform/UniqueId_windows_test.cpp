@@ -22,6 +22,16 @@ TEST(WindowsUniqueId, IsNullWhenTheSystemMakesNone)
     }
 }
 
+TEST(WindowsUniqueId, IsTakenAlsoWhenItIsUniqueOnThisMachineOnly)
+{
+    SystemCallFaults faults;
+    faults.fail(SystemCall::Identify, 0, RPC_S_UUID_LOCAL_ONLY);
+    const platform::UniqueId id = platform::createUniqueId();
+    ASSERT_TRUE(id);
+    EXPECT_EQ(36u, std::strlen(id.get()));
+    EXPECT_TRUE(faults.hasFailed(SystemCall::Identify));
+}
+
 TEST(WindowsUniqueId, MayBeCutShorterByItsOwner)
 {
     platform::UniqueId id = platform::createUniqueId();

@@ -36,10 +36,18 @@ foreach(line IN LISTS lines)
     endif()
 endforeach()
 
+# One without a name would not be in the list of names.
+list(LENGTH wanted_exports wanted_count)
+string(REGEX MATCHALL "\n[ \t]*\\[ *[0-9]+\\] \\+base[^\n]*" addresses "${headers}")
+list(LENGTH addresses count)
+
 message("exports: ${exports}")
 message("imports: ${imports}")
 if(NOT exports STREQUAL wanted_exports)
     message(FATAL_ERROR "It should export: ${wanted_exports}")
+endif()
+if(NOT count EQUAL wanted_count)
+    message(FATAL_ERROR "It exports ${count} functions, with those that have no name")
 endif()
 if(NOT imports MATCHES "MarrowbyCore\\.dll")
     message(FATAL_ERROR "It should import MainUI from MarrowbyCore.dll")

@@ -218,7 +218,12 @@ static int WSAAPI wrapped_getnameinfo(const sockaddr *address, socklen_t address
 static RPC_STATUS RPC_ENTRY wrapped_UuidCreate(UUID *uuid)
 {
     int error;
-    return system_call_plan::mustFail(SystemCall::Identify, &error) ? error : __real___imp_UuidCreate(uuid);
+    if (!system_call_plan::mustFail(SystemCall::Identify, &error))
+        return __real___imp_UuidCreate(uuid);
+    // No failure, but a warning beside the identifier.
+    if (error == RPC_S_UUID_LOCAL_ONLY)
+        __real___imp_UuidCreate(uuid);
+    return error;
 }
 
 static RPC_STATUS RPC_ENTRY wrapped_UuidToStringA(UUID *uuid, RPC_CSTR *text)

@@ -5,7 +5,9 @@
 
 #include <gtest/gtest.h>
 
+#include <cstdio>
 #include <cstdlib>
+#include <cstring>
 #include <string>
 
 namespace {
@@ -30,6 +32,25 @@ private:
     TestProcess *const m_process;
 };
 
+/// A test that ends the process takes all that would have followed with it, and its status may be 0.
+bool testsAreOver = false;
+
+void failUnlessTestsAreOver()
+{
+    if (testsAreOver)
+        return;
+    std::fputs("\nThe process ends before its tests are over.\n", stderr);
+    std::fflush(stderr);
+    std::_Exit(3);
+}
+
+/// True when no test has a name that was asked for. Of several processes with a share each, the first one has the first.
+bool nothingWasAskedFor()
+{
+    const char *const share = std::getenv("GTEST_SHARD_INDEX");
+    return ::testing::UnitTest::GetInstance()->test_to_run_count() == 0 && (!share || std::strcmp(share, "0") == 0);
+}
+
 } // namespace
 
 int main(int argc, char **argv)
@@ -41,5 +62,12 @@ int main(int argc, char **argv)
     if (!GTEST_FLAG_GET(list_tests))
         application = makeTestApplication(argc, argv);
     ::testing::UnitTest::GetInstance()->listeners().Append(new Watchdog(&process));
-    return RUN_ALL_TESTS();
+    std::atexit(failUnlessTestsAreOver);
+    const int status = RUN_ALL_TESTS();
+    testsAreOver = true;
+    if (!GTEST_FLAG_GET(list_tests) && nothingWasAskedFor()) {
+        std::fputs("No test has such a name.\n", stderr);
+        return 1;
+    }
+    return status;
 }

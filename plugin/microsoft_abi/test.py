@@ -61,10 +61,15 @@ SIGNATURES = {
     "getSaveFileName": "QString (QWidget *, QString, QString, QString)",
     "getExistingDirectory": "QString (QWidget *, QString, QString)",
 }
-# Offset and type of each field; the two of a byte string are its own.
-STATUS = [(0, "kind"), (8, "path"), (8, "data"), (16, "size"), (24, "modificationTime"), (32, "length"), (40, "replication"),
-          (48, "blockSize"), (56, "owner"), (56, "data"), (64, "size"), (72, "group"), (72, "data"), (80, "size"),
-          (88, "permission"), (96, "accessTime"), (104, "next")]
+# Offset, type and name of each field; the two of a byte string are its own.
+STATUS = [(0, "std::uint32_t", "kind"),
+          (8, "struct ByteString", "path"), (8, "const char *", "data"), (16, "std::size_t", "size"),
+          (24, "std::uint64_t", "modificationTime"), (32, "std::uint64_t", "length"), (40, "std::uint16_t", "replication"),
+          (48, "std::uint64_t", "blockSize"),
+          (56, "struct ByteString", "owner"), (56, "const char *", "data"), (64, "std::size_t", "size"),
+          (72, "struct ByteString", "group"), (72, "const char *", "data"), (80, "std::size_t", "size"),
+          (88, "std::uint16_t", "permission"), (96, "std::uint64_t", "accessTime"), (104, "struct HdfsFileStatus *", "next")]
+CONNECT_WITH_PARAMETERS = "int (NameNodeConnection *, QByteArray, unsigned int, QByteArray, unsigned int, unsigned char, int, unsigned int)"
 
 
 def compiled(*options):
@@ -104,7 +109,11 @@ def name_of(text):
 
 def signature_of(text, name):
     before, behind = re.match(r"(.*?)\b(?:\w+::)*" + name + r"\((.*)\)", text).groups()
-    return f"{before.strip()} ({behind})"
+    written = f"{before.strip()} ({behind})"
+    for ours, theirs in [("quint8", "unsigned char"), ("quint16", "unsigned short"), ("quint32", "unsigned int"), ("qint32", "int"),
+                         ("qint64", "long long")]:
+        written = re.sub(rf"\b{ours}\b", theirs, written)
+    return written
 
 
 class BinaryContract(unittest.TestCase):
@@ -121,11 +130,7 @@ class BinaryContract(unittest.TestCase):
         self.assertEqual(sorted(OPERATIONS), sorted(SIGNATURES))
         for text, name in zip(self.interface[1:], OPERATIONS):
             with self.subTest(name):
-                written = signature_of(text, name).replace(" [pure]", "")
-                for ours, theirs in [("quint8", "unsigned char"), ("quint16", "unsigned short"), ("quint32", "unsigned int"),
-                                     ("qint32", "int"), ("qint64", "long long")]:
-                    written = re.sub(rf"\b{ours}\b", theirs, written)
-                self.assertEqual(SIGNATURES[name], written)
+                self.assertEqual(SIGNATURES[name], signature_of(text, name))
 
     def test_every_operation_is_pure_in_the_interface(self):
         self.assertEqual(34, sum("[pure]" in text for text in self.interface))
@@ -133,6 +138,7 @@ class BinaryContract(unittest.TestCase):
     def test_the_root_object_begins_with_the_table_of_qobject_and_then_its_own_operation(self):
         rows = self.tables["QObject in ImplementationQuorHDFSPluginInterface"]
         self.assertEqual(QOBJECT + ["connectWithParameters"], [name_of(text) for text in rows])
+        self.assertEqual(CONNECT_WITH_PARAMETERS, signature_of(rows[-1], "connectWithParameters"))
 
     def test_the_interface_is_the_second_part_of_the_root_object(self):
         rows = self.tables["QuorHDFSPluginInterface in ImplementationQuorHDFSPluginInterface"]
@@ -145,8 +151,8 @@ class BinaryContract(unittest.TestCase):
     def test_the_status_record_has_the_layout_that_the_host_reads(self):
         layout = compiled("-Xclang", "-fdump-record-layouts")
         block = re.search(r"\n\s*0 \| struct HdfsFileStatus\n(.*?)\n\n", layout, re.S).group(1)
-        fields = re.findall(r"\s*(\d+) \|.*?(\w+)$", block.split("[sizeof")[0].rstrip(" |\n"), re.M)
-        self.assertEqual(STATUS, [(int(offset), name) for offset, name in fields])
+        fields = re.findall(r"\s*(\d+) \|\s+(\S.*?) (\w+)$", block.split("[sizeof")[0].rstrip(" |\n"), re.M)
+        self.assertEqual(STATUS, [(int(offset), kind, name) for offset, kind, name in fields])
         self.assertIn("[sizeof=112, align=8,", block)
 
 
