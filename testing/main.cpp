@@ -44,7 +44,8 @@ void failUnlessTestsAreOver()
     std::_Exit(3);
 }
 
-/// True when no test has a name that was asked for. Of several processes with a share each, the first one has the first.
+/// True when no test has a name that was asked for. Of several processes with a share each, the first one has the
+/// first.
 bool nothingWasAskedFor()
 {
     const char *const share = std::getenv("GTEST_SHARD_INDEX");
