@@ -1,5 +1,6 @@
 #include "platform/Sockets.h"
 
+#include "platform/Pause.h"
 #include "platform/SocketsTest.h"
 #include "testing/OpenDescriptors.h"
 #include "testing/SystemCallFaults.h"
@@ -83,6 +84,11 @@ TEST_F(Sockets, ReportAnOrderlyCloseAsZeroAndNoError)
     EXPECT_EQ(0, platform::lastSocketError());
     EXPECT_EQ(0, platform::receiveWhole(m_handle, &byte, 1));
     EXPECT_EQ(0, platform::receiveWithin(m_handle, &byte, 1, 1000));
+    char behind;
+    EXPECT_EQ(-1, platform::receiveScattered(platform::kInvalidSocket, &byte, 1, &behind, 1, platform::kNoLimit));
+    EXPECT_EQ(systemError(EBADF), platform::lastSocketError());
+    EXPECT_EQ(0, platform::receiveScattered(m_handle, &byte, 1, &behind, 1, platform::kNoLimit));
+    EXPECT_EQ(0, platform::lastSocketError());
 }
 
 TEST_F(Sockets, TellHowMuchCanBeRead)
@@ -124,7 +130,10 @@ TEST_F(Sockets, ReceiveWithinGivesUpAfterItsTime)
     });
     connectToPeer();
     char buffer[8];
-    EXPECT_EQ(platform::kTimedOut, platform::receiveWithin(m_handle, buffer, sizeof buffer, 20));
+    const std::int64_t begin = platform::steadyMilliseconds();
+    EXPECT_EQ(platform::kTimedOut, platform::receiveWithin(m_handle, buffer, sizeof buffer, 120));
+    // And not before; clocks may count in ticks of some milliseconds.
+    EXPECT_LE(begin + 100, platform::steadyMilliseconds());
     platform::sendOnce(m_handle, "x", 1);
     EXPECT_EQ(1, platform::receiveWithin(m_handle, buffer, sizeof buffer, 10000));
     EXPECT_EQ(platform::kTimedOut, platform::receiveWithin(m_handle, buffer, sizeof buffer, 0));
