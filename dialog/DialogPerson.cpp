@@ -320,6 +320,19 @@ void DialogPerson::rightClickOnNothing()
     rightClickAt(corner);
 }
 
+std::vector<std::string> DialogPerson::bookmarks() const
+{
+    const QListWidget *const list = find<QListWidget>("listWidget");
+    std::vector<std::string> places;
+    for (int row = 0; row < list->count(); ++row) {
+        const QListWidgetItem *const item = list->item(row);
+        places.push_back(item->text().toStdString());
+        EXPECT_EQ(item->text(), item->toolTip());
+        EXPECT_FALSE(item->icon().isNull()) << places.back();
+    }
+    return places;
+}
+
 void DialogPerson::clickBookmark(const std::string &place)
 {
     QListWidget *const bookmarks = find<QListWidget>("listWidget");

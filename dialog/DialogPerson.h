@@ -93,6 +93,8 @@ public:
     void doubleClickOn(const std::string &name, Qt::KeyboardModifiers modifiers = Qt::NoModifier, int column = 0);
     void rightClickOn(const std::string &name);
     void rightClickOnNothing();
+    /// The places of the bookmarks; expects each to have an icon and its place as the tool tip.
+    std::vector<std::string> bookmarks() const;
     void clickBookmark(const std::string &place);
     void clickHeader(int column);
     void dragSplitter(int pixels);

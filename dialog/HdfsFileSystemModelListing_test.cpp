@@ -8,9 +8,6 @@
 #include <QtCore/QTemporaryDir>
 #include <QtTest/QSignalSpy>
 
-#include <QListView>
-#include <QTreeView>
-
 #include <algorithm>
 #include <limits>
 
@@ -18,15 +15,9 @@ namespace oracle = hadoop::oracle;
 
 namespace {
 
-class HdfsFileSystemModelListing : public FileModelTest
+class HdfsFileSystemModelListing : public ViewedFileModelTest
 {
 protected:
-    HdfsFileSystemModelListing()
-    {
-        context.detail = &treeView;
-        context.plain = &listView;
-    }
-
     std::vector<std::string> listedPaths() const
     {
         std::vector<std::string> paths;
@@ -35,23 +26,7 @@ protected:
         return paths;
     }
 
-    /// The colour of both views; "" when they have none or not the same.
-    std::string background() const
-    {
-        const QString tree = treeView.styleSheet();
-        const QString list = listView.styleSheet();
-        const QString begin = QLatin1String("QTreeView { background-color: #");
-        const QString colour = tree.mid(begin.length(), 6);
-        return tree == begin + colour + QLatin1String("; }") &&
-                       list == QLatin1String("QListView { background-color: #") + colour + QLatin1String("; }")
-                   ? colour.toStdString()
-                   : std::string();
-    }
-
     int hdfsRow() const { return model.rowCount() - 1; }
-
-    QTreeView treeView;
-    QListView listView;
 };
 
 // --- what is listed ---

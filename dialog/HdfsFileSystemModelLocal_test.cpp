@@ -7,15 +7,12 @@
 #include <QtCore/QDir>
 #include <QtCore/QTemporaryDir>
 
-#include <QListView>
-#include <QTreeView>
-
 #include <algorithm>
 #include <set>
 
 namespace {
 
-class HdfsFileSystemModelLocal : public FileModelTest
+class HdfsFileSystemModelLocal : public ViewedFileModelTest
 {
 protected:
     QString path(const char *name) const { return directory.path() + QLatin1Char('/') + QString::fromUtf8(name); }
@@ -117,20 +114,9 @@ TEST_F(HdfsFileSystemModelLocal, EverybodyMayDoEverything)
 
 TEST_F(HdfsFileSystemModelLocal, ADirectoryThatCannotBeReadIsEmptyAndWhite)
 {
-    QTreeView treeView;
-    QListView listView;
-    context.detail = &treeView;
-    context.plain = &listView;
     makeFile("file");
-    for (const QString &unreadable : {path("gone"), path("file"), QString::fromLatin1("no such place")}) {
-        model.setBackgroundColour(QLatin1String("FFC8C8"));
-        model.listDirectory(unreadable);
-        EXPECT_EQ(0, model.rowCount()) << unreadable.toStdString();
-        EXPECT_EQ(unreadable, model.currentPath());
-        EXPECT_EQ("QTreeView { background-color: #FFFFFF; }", treeView.styleSheet().toStdString());
-        EXPECT_EQ("QListView { background-color: #FFFFFF; }", listView.styleSheet().toStdString());
-    }
-    EXPECT_TRUE(log.holds({}));
+    for (const QString &unreadable : {path("gone"), path("file"), QString::fromLatin1("no such place")})
+        expectEmptyAndWhite(unreadable, unreadable);
 }
 
 TEST_F(HdfsFileSystemModelLocal, ADirectoryThatVanishesIsEmptyNextTime)

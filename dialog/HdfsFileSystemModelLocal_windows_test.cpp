@@ -10,34 +10,13 @@
 #include <QtCore/QFileInfo>
 #include <QtCore/QTemporaryDir>
 
-#include <QListView>
-#include <QTreeView>
-
 #include <algorithm>
 
 namespace {
 
-class HdfsFileSystemModelOnWindows : public FileModelTest
+class HdfsFileSystemModelOnWindows : public ViewedFileModelTest
 {
 protected:
-    HdfsFileSystemModelOnWindows()
-    {
-        context.detail = &treeView;
-        context.plain = &listView;
-    }
-
-    /// Lists what cannot be listed.
-    void expectNothingIn(const QString &path, const QString &currentPath)
-    {
-        model.setBackgroundColour(QLatin1String("FFC8C8"));
-        model.listDirectory(path);
-        EXPECT_EQ(0, model.rowCount()) << path.toStdString();
-        EXPECT_EQ(currentPath, model.currentPath());
-        EXPECT_EQ("QTreeView { background-color: #FFFFFF; }", treeView.styleSheet().toStdString());
-        EXPECT_EQ("QListView { background-color: #FFFFFF; }", listView.styleSheet().toStdString());
-        EXPECT_TRUE(log.takes({}));
-    }
-
     void expectNoFolderIn(const QString &directory)
     {
         model.listDirectory(directory);
@@ -45,9 +24,6 @@ protected:
         EXPECT_EQ(0, model.rowCount());
         EXPECT_TRUE(log.takes({"Cannot create directory '" + directory.toStdString() + "/New Folder'"}));
     }
-
-    QTreeView treeView;
-    QListView listView;
 };
 
 TEST_F(HdfsFileSystemModelOnWindows, ADriveWithoutAMediumIsADriveOfNoSize)
@@ -71,8 +47,8 @@ TEST_F(HdfsFileSystemModelOnWindows, ADriveWithoutAMediumIsEmptyAndWhite)
 {
     const DriveWithoutMedium drive;
     const QString root = drive.path().left(2);
-    expectNothingIn(drive.path(), root);
-    expectNothingIn(drive.path() + QLatin1String("below/it"), drive.path() + QLatin1String("below/it"));
+    expectEmptyAndWhite(drive.path(), root);
+    expectEmptyAndWhite(drive.path() + QLatin1String("below/it"), drive.path() + QLatin1String("below/it"));
     expectNoFolderIn(root);
 }
 
@@ -83,8 +59,8 @@ TEST_F(HdfsFileSystemModelOnWindows, ADriveThatIsNotThereIsEmptyAndWhite)
         const DriveWithoutMedium drive;
         root = drive.path().left(2);
     }
-    expectNothingIn(root, root);
-    expectNothingIn(root + QLatin1Char('/'), root);
+    expectEmptyAndWhite(root, root);
+    expectEmptyAndWhite(root + QLatin1Char('/'), root);
     expectNoFolderIn(root);
 }
 
@@ -99,7 +75,7 @@ TEST_F(HdfsFileSystemModelOnWindows, AMediumMayBeTakenOutWhileItIsShown)
     EXPECT_FALSE(model.setData(at(0), QLatin1String("b")));
     EXPECT_TRUE(log.takes({"Cannot rename"}));
     EXPECT_EQ(std::vector<std::string>{"a"}, names());
-    expectNothingIn(medium.path(), medium.path());
+    expectEmptyAndWhite(medium.path(), medium.path());
 }
 
 TEST_F(HdfsFileSystemModelOnWindows, AShareIsADirectory)
@@ -131,7 +107,7 @@ TEST_F(HdfsFileSystemModelOnWindows, AShareThatIsNotThereIsEmptyAndWhite)
     const QString noServer = QLatin1String("//quor-no-such-server/share");
     for (const QString &path : {noShare, noShare + QLatin1String("/below"), noServer, noServer + QLatin1String("/a/b"),
                                 QString::fromLatin1("//quor-no-such-server"), QString::fromLatin1("//x")})
-        expectNothingIn(path, path);
+        expectEmptyAndWhite(path, path);
     expectNoFolderIn(noServer);
     expectNoFolderIn(noShare + QLatin1String("/below"));
 }
@@ -144,7 +120,7 @@ TEST_F(HdfsFileSystemModelOnWindows, WhatIsNoDirectoryIsEmptyAndWhite)
                              "con", "C:/aux.txt", "C:/x:y", "C:/a?b", "C:/a*", "C:/<>|", "::", "1:/"}) {
         SCOPED_TRACE(path);
         const QString text = QString::fromLatin1(path);
-        expectNothingIn(text, text.endsWith(QLatin1Char('/')) ? text.left(text.length() - 1) : text);
+        expectEmptyAndWhite(text, text.endsWith(QLatin1Char('/')) ? text.left(text.length() - 1) : text);
     }
 }
 

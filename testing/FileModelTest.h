@@ -11,6 +11,8 @@
 
 #include <gtest/gtest.h>
 
+#include <QListView>
+#include <QTreeView>
 #include <QtCore/QLocale>
 
 #include <string>
@@ -82,6 +84,44 @@ protected:
     NameNodeConnection connection;
     FakeDialogContext context;
     HdfsFileSystemModel model;
+};
+
+/// The same in front of two views.
+class ViewedFileModelTest : public FileModelTest
+{
+protected:
+    ViewedFileModelTest()
+    {
+        context.detail = &treeView;
+        context.plain = &listView;
+    }
+
+    /// The colour of both views; "" when they have none or not the same.
+    std::string background() const
+    {
+        const QString tree = treeView.styleSheet();
+        const QString list = listView.styleSheet();
+        const QString begin = QLatin1String("QTreeView { background-color: #");
+        const QString colour = tree.mid(begin.length(), 6);
+        return tree == begin + colour + QLatin1String("; }") &&
+                       list == QLatin1String("QListView { background-color: #") + colour + QLatin1String("; }")
+                   ? colour.toStdString()
+                   : std::string();
+    }
+
+    /// Lists a local directory that cannot be listed.
+    void expectEmptyAndWhite(const QString &path, const QString &currentPath)
+    {
+        model.setBackgroundColour(QLatin1String("FFC8C8"));
+        model.listDirectory(path);
+        EXPECT_EQ(0, model.rowCount()) << path.toStdString();
+        EXPECT_EQ(currentPath, model.currentPath());
+        EXPECT_EQ("FFFFFF", background());
+        EXPECT_TRUE(log.takes({}));
+    }
+
+    QTreeView treeView;
+    QListView listView;
 };
 
 #endif
